@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Installs what a fresh Debian 12 machine lacks for building and testing. Idempotent.
+set -euo pipefail
+
+PACKAGES=(
+    cmake ninja-build g++ clang libclang-rt-14-dev googletest
+    g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix
+    wine64 xvfb xdotool imagemagick file binutils
+)
+
+missing=()
+for p in "${PACKAGES[@]}"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+
+if [ ${#missing[@]} -gt 0 ]; then
+    SUDO=""
+    [ "$(id -u)" -ne 0 ] && SUDO="sudo"
+    export DEBIAN_FRONTEND=noninteractive
+    $SUDO apt-get update -q
+    $SUDO apt-get install -y -q --no-install-recommends "${missing[@]}"
+fi
