@@ -1,0 +1,237 @@
+// The owning string and the Str:: / WStr:: functions.
+#include "String.h"
+
+#include <cstring>
+
+#include "TestSupport.h"
+
+using namespace Orn;
+
+TEST(String, RemoveCases)
+{
+    struct Row {
+        const char* name;
+        Int pos, count;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {"to end", 3, -1, "abc"},
+        {"at length does nothing", 6, -1, "abcdef"},
+        {"middle", 1, 2, "adef"},
+        {"all", 0, -1, ""},
+        {"zero count", 2, 0, "abcdef"},
+    };
+    for (const Row& row : rows) {
+        CString s("abcdef");
+        s.Remove(row.pos, row.count);
+        EXPECT_STREQ(s, row.expected) << row.name;
+        EXPECT_EQ(s.Length(), Int(std::strlen(row.expected))) << row.name;
+    }
+}
+
+TEST(String, RemovePreconditions)
+{
+    OrnTest::AssertRecorder rec;
+    CString s("abc");
+    s.Remove(4, 1);
+    EXPECT_ASSERTED(rec, "(pos >= 0) && (pos <= mLen)");
+    s.Remove(1, 5);
+    EXPECT_ASSERTED(rec, "count == -1 || (pos + count) <= mLen");
+    EXPECT_STREQ(s, "a") << "a count past the end is cut to the end";
+}
+
+TEST(String, InsertCases)
+{
+    struct Row {
+        const char* name;
+        const char* base;
+        const char* src;
+        Int pos, count;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {"at end", "ab", "xy", -1, -1, "abxy"},
+        {"partial in middle", "ab", "xyz", 1, 2, "axyb"},
+        {"at start", "ab", "x", 0, -1, "xab"},
+        {"count beyond source", "ab", "x", 2, 9, "abx"},
+        {"into empty", "", "hello", 0, -1, "hello"},
+    };
+    for (const Row& row : rows) {
+        CString s(row.base);
+        s.Insert(row.src, row.pos, row.count);
+        EXPECT_STREQ(s, row.expected) << row.name;
+    }
+}
+
+TEST(String, InsertOwnText)
+{
+    CString s("abc");
+    s.Insert(s.Chars(), 1);
+    EXPECT_STREQ(s, "aabcbc");
+}
+
+TEST(String, ReplaceDoesNotRescanReplacement)
+{
+    CString s("aXa");
+    EXPECT_EQ(s.Replace("a", "aa"), 2);
+    EXPECT_STREQ(s, "aaXaa");
+    CString t("<msg> and <msg>");
+    EXPECT_EQ(t.Replace("<msg>", ""), 2);
+    EXPECT_STREQ(t, " and ");
+}
+
+TEST(String, ReplaceEmptyPatternAsserts)
+{
+    OrnTest::AssertRecorder rec;
+    CString s("abc");
+    EXPECT_EQ(s.Replace("", "x"), 0);
+    EXPECT_ASSERTED(rec, "Length(cp) > 0");
+}
+
+TEST(String, FindExactAndIgnoringCase)
+{
+    CString s("Hello World");
+    EXPECT_EQ(s.Find("World"), 6);
+    EXPECT_EQ(s.Find("world"), -1);
+    EXPECT_EQ(s.Find("world", 0, false), 6);
+    EXPECT_EQ(s.Find("o", 5), 7);
+    EXPECT_EQ(s.Find(nullptr, 0), -1);
+    OrnTest::AssertRecorder rec;
+    EXPECT_EQ(s.Find("o", 12), -1);
+    EXPECT_ASSERTED(rec, "(start >= 0) && (start <= mLen)");
+}
+
+TEST(String, LockAndUnlock)
+{
+    CString s;
+    char* buf = s.Lock(0);
+    ASSERT_NE(buf, nullptr);
+    buf[0] = 'a';
+    buf[1] = 'b';
+    buf[2] = 0;
+    EXPECT_EQ(s.Unlock(), 2);
+    EXPECT_STREQ(s, "ab");
+
+    OrnTest::AssertRecorder rec;
+    s.Lock(4);
+    s.Lock(4);
+    EXPECT_ASSERTED(rec, "! mLocked");
+    s.Append("x");
+    EXPECT_ASSERTED(rec, "IsUnlocked()");
+    s.Unlock();
+    s.Unlock();
+    EXPECT_ASSERTED(rec, "mLocked");
+}
+
+TEST(String, NeverAllocatedStringsShareNothingWritable)
+{
+    CString a, b;
+    a.Append("x");
+    EXPECT_STREQ(b, "");
+    EXPECT_NE(a.Chars(), b.Chars());
+}
+
+TEST(String, AppendRules)
+{
+    CString s("ab");
+    s.Append("cdef", 2);
+    EXPECT_STREQ(s, "abcd");
+    s.Append("xy", -5);
+    EXPECT_STREQ(s, "abcdxy");
+    s.Append("");
+    EXPECT_STREQ(s, "abcdxy");
+    s.AppendChar('-', 3);
+    EXPECT_STREQ(s, "abcdxy---");
+    s.Append(s.Chars() + 6);
+    EXPECT_STREQ(s, "abcdxy------");
+}
+
+TEST(String, FormatLimit)
+{
+    CString s;
+    s.Format("%s-%d", "x", 42);
+    EXPECT_STREQ(s, "x-42");
+    OrnTest::AssertRecorder rec;
+    s.Format("%5000d", 1);
+    EXPECT_ASSERTED(rec,
+                    "VFormat(buf,format,args) < ((static_cast<Int>(sizeof(buf)/sizeof(buf[0]))) - 1)");
+}
+
+TEST(String, HexRoundTrip)
+{
+    const Byte bytes[] = {0x00, 0xAB};
+    CString hex;
+    hex.SetHex(bytes, 2);
+    EXPECT_STREQ(hex, "00AB");
+    Byte back[4] = {};
+    EXPECT_EQ(CString::HexToBinary("00AB", back, 4), 2);
+    EXPECT_EQ(back[0], 0x00);
+    EXPECT_EQ(back[1], 0xAB);
+    EXPECT_EQ(Str::HexToByte("7f"), 0x7F);
+}
+
+TEST(String, HexPreconditions)
+{
+    OrnTest::AssertRecorder rec;
+    Byte out[1];
+    CString::HexToBinary("ABC", out, 1);
+    EXPECT_ASSERTED(rec, "(Str::Length(str) % 2) == 0");
+    CString::HexToBinary("ABCD", out, 1);
+    EXPECT_ASSERTED(rec, "maxBytes exceeded");
+    Str::HexDigit(16);
+    EXPECT_ASSERTED(rec, "(v >= 0) && (v <= 0x0F)");
+    char two[2];
+    Str::ByteToHex(256, two);
+    EXPECT_ASSERTED(rec, "(byte >= 0) && (byte <= 0xFF)");
+    Str::HexToByte("G0");
+    EXPECT_ASSERTED(rec, "msd >= 0");
+}
+
+TEST(String, StrFunctions)
+{
+    EXPECT_EQ(Str::Length("abc"), 3);
+    EXPECT_TRUE(Str::Equal("abc", "abc"));
+    EXPECT_FALSE(Str::Equal("abc", "abcd"));
+    EXPECT_TRUE(Str::IEqual("ABC", "abc"));
+    EXPECT_LT(Str::ICompare("abc", "ABD"), 0);
+    EXPECT_GT(Str::ICompare("b", "A"), 0);
+    EXPECT_EQ(Str::Find("hello", "ll"), 2);
+    EXPECT_EQ(Str::Find("hello", 'o'), 4);
+    EXPECT_EQ(Str::Find("hello", 'z'), -1);
+    EXPECT_EQ(Str::Find("hello", "lo!"), -1);
+}
+
+TEST(String, WideAndNarrowConversions)
+{
+    CWString w;
+    w.AssignNarrow("Caf\xE9");
+    ASSERT_EQ(w.Length(), 4);
+    EXPECT_EQ(w[3], WChar(0xE9));
+    CString n;
+    n = w.Chars();
+    EXPECT_STREQ(n, "Caf\xE9");
+    WChar* copy = Str::NewWStr("ab");
+    ASSERT_NE(copy, nullptr);
+    EXPECT_TRUE(WStr::Equal(copy, L"ab"));
+    delete[] copy;
+}
+
+TEST(String, WideFormattingReadsConversionsAsNarrowFormWould)
+{
+    WChar buf[64];
+    EXPECT_EQ(WStr::Format(buf, 64, L"%s=%-4d|%c|%5s", L"key", 7, L'x', L"ab"), 16);
+    EXPECT_TRUE(WStr::Equal(buf, L"key=7   |x|   ab"));
+    EXPECT_EQ(WStr::Format(buf, 64, L""), 0);
+    EXPECT_EQ(WStr::Format(buf, 64, L"100%%"), 4);
+    CWString w;
+    w.Format(L"<%s>", L"v");
+    EXPECT_TRUE(WStr::Equal(w, L"<v>"));
+}
+
+TEST(String, WideFunctions)
+{
+    EXPECT_EQ(WStr::Length(L"abc"), 3);
+    EXPECT_TRUE(WStr::IEqual(L"ABC", L"abc"));
+    EXPECT_EQ(WStr::Find(L"hello", L"lo"), 3);
+    EXPECT_EQ(WStr::Find(L"hello", L'h'), 0);
+}
