@@ -1,0 +1,130 @@
+// Tests of capabilities, failures and the simple streams: memory, string, null and dual.
+#include <string>
+
+#include "CaptureStream.h"
+#include "DualStream.h"
+#include "MemStream.h"
+#include "NullStream.h"
+#include "StringStream.h"
+#include "TestSupport.h"
+
+using namespace Orn;
+using OrnTest::CCaptureStream;
+using OrnTest::Bytes;
+using OrnTest::Hex;
+
+// ---- Capabilities and failures
+
+TEST(StreamCapability, MissingCapabilitiesAssert)
+{
+    OrnTest::AssertRecorder rec;
+    CMemStream readOnly("abc", 3);
+    EXPECT_FALSE(readOnly.WriteText("x"));
+    EXPECT_ASSERTED(rec, "IsWritable()");
+
+    CCaptureStream writeOnly(smWrite, smCanWrite);
+    EXPECT_EQ(-1, writeOnly.ReadChar());
+    EXPECT_ASSERTED(rec, "IsReadable()");
+    Int64 pos = 0;
+    EXPECT_FALSE(writeOnly.GetPos(pos));
+    EXPECT_ASSERTED(rec, "CanGetPos()");
+
+    CCaptureStream claims(smWrite, smCanWrite | smCanSetLength);
+    EXPECT_FALSE(claims.SetLength(0));
+    EXPECT_ASSERTED(rec, "not implemented for this stream");
+}
+
+TEST(StreamCapability, MemoryStreamsRefuseModes)
+{
+    OrnTest::AssertRecorder rec;
+    CMemStream view;
+    EXPECT_FALSE(view.Open("a", 1, smRead | smUTF16BigEndian));
+    EXPECT_ASSERTED(rec, "(mode & (smEncryption | smNoRead | smUTF16BigEndian)) == 0");
+    EXPECT_FALSE(view.IsOpen());
+
+    rec.Clear();
+    CMemHandStream owned(smWrite | smEncryption);
+    EXPECT_ASSERTED(rec, "(mode & (smEncryption | smNoRead | smUTF16BigEndian)) == 0");
+    EXPECT_FALSE(owned.IsOpen());
+}
+
+TEST(StreamCapability, ClosedStreamRefusesQuietly)
+{
+    OrnTest::AssertRecorder rec;
+    CMemHandStream s;
+    EXPECT_TRUE(s.Close());
+    EXPECT_FALSE(s.WriteText("x"));
+    EXPECT_EQ(-1, s.ReadChar());
+    EXPECT_EQ(E_NotOpen, s.GetStatus());
+    EXPECT_NO_ASSERTS(rec);
+}
+
+TEST(StreamFailure, WriteFailureAfterNBytesIsReported)
+{
+    for (Int limit : {0, 1, 5, 300}) {
+        CCaptureStream out;
+        out.failAfter = limit;
+        std::string text(600, 'q');
+        EXPECT_FALSE(out.WriteText(text.c_str())) << limit;
+        EXPECT_EQ(E_DiskFull, out.GetStatus()) << limit;
+        EXPECT_LE(static_cast<Int>(out.bytes.size()), limit) << limit;
+    }
+}
+
+TEST(StreamFailure, MemoryStreamPositions)
+{
+    CMemHandStream s;
+    EXPECT_TRUE(s.WriteText("hello"));
+    EXPECT_TRUE(s.SetPos(1));
+    EXPECT_TRUE(s.WriteText("EL"));
+    Int64 pos = 0, length = 0;
+    EXPECT_TRUE(s.GetPos(pos) && s.GetLength(length));
+    EXPECT_EQ(3, pos);
+    EXPECT_EQ(5, length);
+    EXPECT_EQ("hELlo", Bytes(s));
+    EXPECT_FALSE(s.SetPos(6));
+    EXPECT_EQ(E_BadArgument, s.GetStatus());
+    EXPECT_TRUE(s.SetLength(2));
+    EXPECT_EQ("hE", Bytes(s));
+}
+
+// ---- The simple subclasses
+
+TEST(StringStream, AppendsAndReadsButHoldsNoNul)
+{
+    CString text("ab");
+    CStringStream s(text);
+    EXPECT_TRUE(s.WriteFormat("%d\n", 12));
+    EXPECT_STREQ("ab12\n", text.Chars());
+    CString line;
+    EXPECT_TRUE(s.ReadLine(line));
+    EXPECT_STREQ("ab12", line.Chars());
+    EXPECT_FALSE(s.IsBinaryAllowed());
+    EXPECT_FALSE(s.Write("\0", 1));
+    EXPECT_EQ(E_Write, s.GetStatus());
+}
+
+TEST(NullStream, SwallowsWritesAndReadsNothing)
+{
+    CNullStream s;
+    EXPECT_TRUE(s.WriteText("anything"));
+    EXPECT_EQ(-1, s.ReadChar());
+    CString text("old");
+    EXPECT_FALSE(s.ReadToDelim(text));
+    EXPECT_TRUE(text.IsEmpty());
+}
+
+TEST(DualStream, BothTargetsGetTheBytesEvenWhenOneFails)
+{
+    CCaptureStream first, second;
+    CDualStream dual(first, second, smWrite | smText);
+    dual.SetIndentLevel(1);
+    EXPECT_TRUE(dual.WriteText("a\nb"));
+    EXPECT_EQ("a\r\n\tb", first.bytes);
+    EXPECT_EQ(first.bytes, second.bytes);
+
+    first.failAfter = 0;
+    EXPECT_FALSE(dual.WriteText("c"));
+    EXPECT_EQ(E_DiskFull, dual.GetStatus());
+    EXPECT_EQ("a\r\n\tbc", second.bytes);
+}
