@@ -1,0 +1,174 @@
+// Format templates: finding items, specifications, integer and string formatting, delimiters and globals.
+#include "Format.h"
+
+#include <string>
+
+#include "TestSupport.h"
+#include "VarList.h"
+
+using namespace Orn;
+
+TEST(Format, IntegerItems)
+{
+    struct Row {
+        const char* text;
+        Int value;
+        const char* expected;
+        bool replaced;
+        const char* assertion; // null: none expected
+    };
+    const Row rows[] = {
+        {"<LEN>", 42, "42", true, nullptr},
+        {"<Num:04d>", 7, "0007", true, nullptr},
+        {"<Num:x>", 255, "ff", true, nullptr},
+        {"<Num:X>", 255, "FF", true, nullptr},
+        {"<Num:o>", 8, "10", true, nullptr},
+        {"<Num:c>", 65, "A", true, nullptr},
+        {"<Num:3c>", 65, "  A", true, nullptr},
+        {"<Num:05d>", -5, "000-5", true, nullptr},
+        {"<Num:5d>", -5, "   -5", true, nullptr},
+        {"<Num:2d>", -123, "-123", true, nullptr},
+        {"<Num:x>", -1, "ffffffff", true, nullptr},
+        {"<Num:>", -2147483647 - 1, "-2147483648", true, nullptr},
+        {"<Num:000000004d>", 7, "0007", true, nullptr},
+        {"<Num:5>", 7, "    7", true, "bad format character"},
+        {"<Num:u>", -1, "4294967295", true, "bad format character"},
+        {"<Num:5q>", 7, "    7", true, "DecodeFormatSpec(fmtSpecStr,fmtSpec)"},
+        {"<Num:12345678901d>", 7, "<Num:12345678901d>", false, nullptr},
+        {"a<Num:4d", 7, "a<Num:4d", false, nullptr},
+    };
+    for (const Row& row : rows) {
+        OrnTest::AssertRecorder rec;
+        CFormat fmt(row.text, nullptr, fmtNoGlobals);
+        EXPECT_EQ(fmt.Item("LEN", row.value) || fmt.Item("Num", row.value), row.replaced) << row.text;
+        EXPECT_STREQ(fmt, row.expected) << row.text;
+        if (row.assertion)
+            EXPECT_ASSERTED(rec, row.assertion) << row.text;
+        else
+            EXPECT_NO_ASSERTS(rec) << row.text;
+    }
+}
+
+TEST(Format, StringItemsAndMatching)
+{
+    struct Row {
+        const char* name;
+        const char* text;
+        const char* value;
+        const char* expected;
+        bool replaced;
+    };
+    const Row rows[] = {
+        {"blank fill", "<Name:5>", "ab", "   ab", true},
+        {"zero fill", "<Name:05>", "ab", "000ab", true},
+        {"width below length", "<Name:1>", "abc", "abc", true},
+        {"empty value", "[<Name>]", "", "[]", true},
+        {"every occurrence", "<Name> and <Name>", "x", "x and x", true},
+        {"case-sensitive", "<name>", "x", "<name>", false},
+        {"longer name", "<NameX> <Name", "x", "<NameX> <Name", false},
+        {"doubled delimiters", "<<Name>>", "x", "<x>", true},
+        {"inserted text searched again", "<Name>Name>", "<", "<", true},
+        {"item after a near miss", "<Na <Name>", "x", "<Na x", true},
+    };
+    for (const Row& row : rows) {
+        OrnTest::AssertRecorder rec;
+        CFormat fmt(row.text, nullptr, fmtNoGlobals);
+        EXPECT_EQ(fmt.Item("Name", row.value), row.replaced) << row.name;
+        EXPECT_STREQ(fmt, row.expected) << row.name;
+        EXPECT_NO_ASSERTS(rec) << row.name;
+    }
+}
+
+TEST(Format, DecodeSpecifications)
+{
+    struct Row {
+        const char* spec;
+        bool ok;
+        char fill;
+        DWord width;
+        char conversion;
+    };
+    const Row rows[] = {
+        {"04d", true, '0', 4, 'd'}, {"5", true, ' ', 5, 0},   {"0", true, '0', 0, 0},
+        {"x", true, ' ', 0, 'x'},   {"12u", true, ' ', 12, 'u'}, {"007X", true, '0', 7, 'X'},
+        {"5q", false, ' ', 5, 'd'}, {"-5d", false, ' ', 0, 'd'},
+    };
+    for (const Row& row : rows) {
+        CFormat::CFormatSpec spec;
+        EXPECT_EQ(CFormat::DecodeFormatSpec(row.spec, spec), row.ok) << row.spec;
+        EXPECT_EQ(spec.fill, row.fill) << row.spec;
+        EXPECT_EQ(spec.width, row.width) << row.spec;
+        EXPECT_EQ(spec.conversion, row.conversion) << row.spec;
+    }
+}
+
+TEST(Format, Delimiters)
+{
+    CFormat fmt("[URL] <URL>", "[]", fmtNoGlobals);
+    EXPECT_TRUE(fmt.Item("URL", "x"));
+    EXPECT_STREQ(fmt, "x <URL>");
+
+    OrnTest::AssertRecorder rec;
+    CFormat bad("<URL>", "<", fmtNoGlobals);
+    EXPECT_ASSERTED(rec, "Str::Length(delims) == 2");
+    EXPECT_TRUE(bad.Item("URL", "y")) << "falls back to <>";
+    EXPECT_STREQ(bad, "y");
+    CWFormat wideBad(L"<URL>", L"<<<", fmtNoGlobals);
+    EXPECT_ASSERTED(rec, "WStr::Length(delims) == 2");
+}
+
+TEST(Format, WideTemplates)
+{
+    CWFormat fmt(L"<Num:04x>/<Name>/<Wide:3>", nullptr, fmtNoGlobals);
+    EXPECT_TRUE(fmt.Item(L"Num", 255));
+    EXPECT_TRUE(fmt.Item(L"Name", "narrow"));
+    EXPECT_TRUE(fmt.Item(L"Wide", L"w"));
+    EXPECT_TRUE(fmt.Text() == L"00ff/narrow/  w");
+
+    CFormat narrow("<Name>", nullptr, fmtNoGlobals);
+    EXPECT_TRUE(narrow.Item("Name", L"wide"));
+    EXPECT_STREQ(narrow, "wide");
+}
+
+TEST(Format, ItemPreconditions)
+{
+    OrnTest::AssertRecorder rec;
+    CFormat fmt("<A>", nullptr, fmtNoGlobals);
+    EXPECT_FALSE(fmt.Item("", 1));
+    EXPECT_ASSERTED(rec, "var && (Str::Length(var) > 0)");
+    EXPECT_FALSE(fmt.Item("A", static_cast<const char*>(nullptr)));
+    EXPECT_ASSERTED(rec, "item");
+    Int value = 1;
+    EXPECT_FALSE(fmt.Item("A", &value, nullptr));
+    EXPECT_ASSERTED(rec, "fmtFunc");
+    CWFormat wide(L"<A>", nullptr, fmtNoGlobals);
+    EXPECT_FALSE(wide.Item(static_cast<const WChar*>(nullptr), 1));
+    EXPECT_ASSERTED(rec, "var && (WStr::Length(var) > 0)");
+    EXPECT_STREQ(fmt, "<A>") << "misuse leaves the text alone";
+}
+
+TEST(Format, FunctionThatDeclinesDropsTheItem)
+{
+    auto decline = [](const char*, const void*, CString& out) {
+        out.Append("ignored");
+        return false;
+    };
+    CFormat fmt("a<A>b<A>c", nullptr, fmtNoGlobals);
+    Int value = 0;
+    EXPECT_FALSE(fmt.Item("A", &value, decline));
+    EXPECT_STREQ(fmt, "abc");
+}
+
+TEST(Format, GlobalsAtConstruction)
+{
+    GlobalVars.Set("FmtTestHost", "example.com");
+    CFormat withGlobals("http://<FmtTestHost>/<Path>");
+    CFormat without("http://<FmtTestHost>/", nullptr, fmtNoGlobals);
+    CFormat bracketed("[FmtTestHost] <FmtTestHost>", "[]");
+    CWFormat wide(L"<FmtTestHost>");
+    GlobalVars.Remove("FmtTestHost");
+    EXPECT_STREQ(withGlobals, "http://example.com/<Path>");
+    EXPECT_STREQ(without, "http://<FmtTestHost>/");
+    EXPECT_STREQ(bracketed, "example.com <FmtTestHost>") << "globals use the template's own delimiters";
+    EXPECT_TRUE(wide.Text() == L"example.com");
+}
