@@ -1,0 +1,276 @@
+// Product version numbers: the three text forms, ordering, build dates and file version information.
+#include "Version.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "Debug.h"
+#include "VersionPlatform.h"
+
+namespace Orn {
+
+namespace {
+
+// Display texts longer than this (terminator included) are refused rather than cut.
+constexpr Int cMaxDisplayText = 100;
+
+// Tokenizes like strtok: skips leading delimiters and ends the token at the next one; null when nothing is
+// left. Each call may use other delimiters, which is how "3.10 beta 2" is read.
+char* NextToken(char*& cursor, const char* delims)
+{
+    cursor += std::strspn(cursor, delims);
+    if (!*cursor)
+        return nullptr;
+    char* token = cursor;
+    cursor += std::strcspn(cursor, delims);
+    if (*cursor)
+        *cursor++ = 0;
+    return token;
+}
+
+Int ReadInt(const char* text) { return static_cast<Int>(std::strtol(text, nullptr, 10)); }
+
+} // namespace
+
+CVersion::CVersion(Int major, Int minor, char letter, Int stage)
+    : mValid(true), mMajor(major), mMinor(minor), mLetter(static_cast<Byte>(letter)), mStage(stage)
+{
+    ORN_ASSERT(major >= 0);
+    ORN_ASSERT(minor >= 0);
+    ORN_ASSERT((letter == 0) || ((letter >= 'a') && (letter <= 'z')));
+}
+
+CVersion::CVersion(const CVersion& version)
+    : mValid(version.mValid), mMajor(version.mMajor), mMinor(version.mMinor), mLetter(version.mLetter),
+      mStage(version.mStage)
+{
+    ORN_ASSERT(version.IsValid());
+}
+
+CVersion& CVersion::operator=(const CVersion& version)
+{
+    ORN_ASSERT(version.IsValid());
+    mValid = version.mValid;
+    mMajor = version.mMajor;
+    mMinor = version.mMinor;
+    mLetter = version.mLetter;
+    mStage = version.mStage;
+    return *this;
+}
+
+void CVersion::Reset()
+{
+    mValid = false;
+    mMajor = mMinor = mStage = 0;
+    mLetter = 0;
+}
+
+bool CVersion::CheckValid() const
+{
+    ORN_ASSERT(IsValid());
+    return mValid;
+}
+
+bool CVersion::Parse(const char* version, Int style)
+{
+    Reset();
+    ORN_ASSERT(version);
+    if (!version)
+        return false;
+    switch (style) {
+    case vsDisplay: return ParseDisplay(version);
+    case vsComma: return Parse4Part(version, ',');
+    case vsDotted: return Parse4Part(version, '.');
+    default: mValid = true; return true;
+    }
+}
+
+bool CVersion::ParseDisplay(const char* version)
+{
+    Int len = Str::Find(version, ';');
+    if (len < 0)
+        len = Str::Length(version);
+    if (len + 1 > cMaxDisplayText)
+        return false;
+    char buf[cMaxDisplayText];
+    std::memcpy(buf, version, static_cast<size_t>(len));
+    buf[len] = 0;
+
+    char* cursor = buf;
+    const char* majorPart = NextToken(cursor, ".");
+    char* minorPart = majorPart ? NextToken(cursor, " ") : nullptr;
+    if (!minorPart)
+        return false;
+    Int minorLen = Str::Length(minorPart);
+    Byte letter = 0;
+    if (minorPart[minorLen - 1] >= 'a' && minorPart[minorLen - 1] <= 'z') {
+        letter = static_cast<Byte>(minorPart[minorLen - 1]);
+        minorPart[--minorLen] = 0;
+    }
+    Int minor = ReadInt(minorPart);
+    // Minors are hundredths: "3.1" is 3.10, not 3.01.
+    if (minorLen == 1)
+        minor *= 10;
+
+    Int stage = 0;
+    if (const char* word = NextToken(cursor, " ")) {
+        const char* number = NextToken(cursor, " ");
+        if (!number)
+            return false;
+        if (Str::Equal(word, "beta"))
+            stage = 100 + ReadInt(number);
+        else if (Str::Equal(word, "alpha"))
+            stage = ReadInt(number);
+        else
+            return false;
+    }
+    mMajor = ReadInt(majorPart);
+    mMinor = minor;
+    mLetter = letter;
+    mStage = stage;
+    mValid = true;
+    return true;
+}
+
+bool CVersion::Parse4Part(const char* version, char delim)
+{
+    std::string buf(version);
+    const char delims[2] = {delim, 0};
+    char* cursor = &buf[0];
+    Int numbers[4];
+    for (Int i = 0; i < 4; ++i) {
+        const char* token = NextToken(cursor, delims);
+        if (!token)
+            return false;
+        numbers[i] = ReadInt(token);
+        if (i == 2) {
+            Int temp = numbers[i];
+            ORN_ASSERT((temp>=0) && (temp<= 0xFF));
+        }
+    }
+    mMajor = numbers[0];
+    mMinor = numbers[1];
+    mLetter = static_cast<Byte>(numbers[2]);
+    mStage = numbers[3];
+    mValid = true;
+    return true;
+}
+
+void CVersion::Format(CString& text, Int style) const
+{
+    text.Empty();
+    if (!CheckValid())
+        return;
+    switch (style) {
+    case vsDisplay:
+        text.Format("%d.%02d", mMajor, mMinor);
+        if (mLetter != 0)
+            text.AppendChar(static_cast<char>(mLetter));
+        if (mStage > 0) {
+            CString stage;
+            if (mStage >= 100)
+                stage.Format(" beta %d", mStage - 100);
+            else
+                stage.Format(" alpha %d", mStage);
+            text.Append(stage);
+        }
+        break;
+    case vsComma: text.Format("%d,%d,%d,%d", mMajor, mMinor, static_cast<Int>(mLetter), mStage); break;
+    case vsDotted: text.Format("%d.%d.%d.%d", mMajor, mMinor, static_cast<Int>(mLetter), mStage); break;
+    default: break;
+    }
+}
+
+bool CVersion::IsLaterStage(const CVersion& other) const
+{
+    if (other.mStage == 0)
+        return false;
+    // A release is newer than any pre-release of the same number.
+    if (mStage == 0)
+        return true;
+    return mStage > other.mStage;
+}
+
+bool CVersion::IsNewer(const CVersion& other) const
+{
+    if (!CheckValid() || !other.CheckValid())
+        return false;
+    if (mMajor != other.mMajor)
+        return mMajor > other.mMajor;
+    if (mMinor != other.mMinor)
+        return mMinor > other.mMinor;
+    if (mLetter != other.mLetter)
+        return mLetter > other.mLetter;
+    return IsLaterStage(other);
+}
+
+bool CVersion::IsNewerBuildOfSame(const CVersion& other) const
+{
+    if (!CheckValid() || !other.CheckValid())
+        return false;
+    if (mMajor != other.mMajor || mMinor != other.mMinor || mLetter != other.mLetter)
+        return false;
+    return IsLaterStage(other);
+}
+
+Int CVersion::SplitBuildDate(CString& text)
+{
+    Int open = text.Find("(");
+    Int close = open >= 0 ? text.Find(")", open) : -1;
+    if (close < 0 || close - open != 9)
+        return -1;
+    Int date = ReadInt(text.Mid(open + 1, 8));
+    if (date == 0)
+        return -2;
+    text = text.Mid(0, open);
+    return date;
+}
+
+bool CVersion::ReadFileVersionText(const char* path, bool wantFileVersion, CString& text)
+{
+    text.Empty();
+    ORN_ASSERT(path);
+    if (!path)
+        return false;
+    const char* valueName = wantFileVersion ? "\\StringFileInfo\\040904E4\\FileVersion"
+                                            : "\\StringFileInfo\\040904E4\\ProductVersion";
+    CString value;
+    if (!VersionPlatform::ReadResourceValue(path, valueName, value))
+        return false;
+    const char* start = value.Chars();
+    while (*start && std::isspace(static_cast<unsigned char>(*start)))
+        ++start;
+    text = start;
+    return true;
+}
+
+bool CVersion::GetVersionInfo(const char* path, CFileVersionInfo& info)
+{
+    info.SetTexts(nullptr, nullptr);
+    ORN_ASSERT(path);
+    if (!path || !VersionPlatform::FileExists(path))
+        return false;
+    CString fileText, productText;
+    bool haveFile = ReadFileVersionText(path, true, fileText);
+    bool haveProduct = ReadFileVersionText(path, false, productText);
+    info.SetTexts(haveFile ? fileText.Chars() : nullptr, haveProduct ? productText.Chars() : nullptr);
+    return true;
+}
+
+void CFileVersionInfo::SetTexts(const char* fileVersionText, const char* productVersionText)
+{
+    mFileVersion.Reset();
+    mProductVersion.Reset();
+    mFileVersionStr = fileVersionText ? fileVersionText : "";
+    mProductVersionStr = productVersionText ? productVersionText : "";
+    if (fileVersionText)
+        mFileVersion.Parse(mFileVersionStr);
+    if (productVersionText) {
+        CVersion::SplitBuildDate(mProductVersionStr);
+        mProductVersion.Parse(mProductVersionStr);
+    }
+}
+
+} // namespace Orn

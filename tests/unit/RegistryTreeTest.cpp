@@ -1,0 +1,332 @@
+// The tree registry: paths and tree operations in memory, the text file round trip and damaged files.
+#include "Registry.h"
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "ErrorHandler.h"
+#include "StringStream.h"
+#include "TestSupport.h"
+
+using namespace Orn;
+
+namespace {
+
+// Keeps every delivered report; the banner shows the source position.
+class CCaptureHandler : public CErrorHandler {
+public:
+    CCaptureHandler() : mPrevious(SetErrorHandler(this)) {}
+    ~CCaptureHandler() override { SetErrorHandler(mPrevious); }
+    std::vector<std::string> mReports;
+
+protected:
+    CString GetBanner(Int) const override { return "<ErrFile>:<ErrLine>: <msg>"; }
+    void Deliver(const CString& text, DWord) override { mReports.push_back(text.Chars()); }
+
+private:
+    CErrorHandler* mPrevious;
+};
+
+std::string WriteText(CRegistry& registry, const char* dirPath = "")
+{
+    CString text;
+    CStringStream stream(text, smWrite);
+    RStatus status = registry.Write(stream, dirPath);
+    EXPECT_EQ(status, Ok) << status.Name();
+    return text.Chars();
+}
+
+RStatus ReadText(CRegistry& registry, const std::string& text, const char* sourceName = nullptr)
+{
+    CString input(text.c_str());
+    CStringStream stream(input, smRead);
+    return registry.Read(stream, "", sourceName);
+}
+
+std::string Value(CRegistry& registry, const char* dirPath, const char* name)
+{
+    CString text;
+    RStatus status = registry.GetValue(dirPath, name, text);
+    return status.Succeeded() ? text.Chars() : std::string("<") + status.Name() + ">";
+}
+
+// Reads with SetValue refused, as a registry that cannot store the value would.
+class CReadOnlyRegistry : public CMemRegistry {
+public:
+    RStatus SetValue(const char*, const char*, const char*) override { return E_NoAccess; }
+};
+
+// Gives its input until failAfter bytes have gone, then fails.
+class CBrokenStream : public CStream {
+public:
+    CBrokenStream(std::string input, Int failAfter) : mInput(std::move(input)), mFailAfter(failAfter)
+    {
+        SetOpened(smRead | smWrite, smCanRead | smCanWrite);
+    }
+
+protected:
+    bool DoRead(void* buf, Int count, Int& got) override
+    {
+        if (mPos >= mFailAfter)
+            return Fail(E_Read);
+        got = static_cast<Int>(mInput.copy(static_cast<char*>(buf), size_t(count), size_t(mPos)));
+        mPos += got;
+        return true;
+    }
+    bool DoWrite(const void*, Int count) override
+    {
+        mPos += count;
+        return mPos <= mFailAfter || Fail(E_DiskFull);
+    }
+
+private:
+    std::string mInput;
+    Int mFailAfter;
+    Int mPos = 0;
+};
+
+const std::string cName64(64, 'n');
+const std::string cName65(65, 'n');
+
+} // namespace
+
+TEST(RegistryTree, OpenTellsWhatThePathNames)
+{
+    CMemRegistry reg;
+    ASSERT_EQ(reg.CreateDir("Software\\Vantrel\\VRNB3"), Ok);
+    ASSERT_EQ(reg.SetValue("Software\\Vantrel", "Lang", "en"), Ok);
+    ASSERT_EQ(reg.SetValue("Software", "Vantrel", "a value beside the directory"), Ok);
+    ASSERT_EQ(reg.CreateDir(cName64.c_str()), Ok);
+    struct Row {
+        std::string path;
+        RStatus expected;
+    };
+    const Row rows[] = {
+        {"", S_RegIsDirectory},
+        {"Software", S_RegIsDirectory},
+        {"software\\VANTREL\\vrnb3", S_RegIsDirectory},
+        {"Software\\Vantrel\\Lang", S_RegIsValue},
+        {"Software\\Vantrel", S_RegIsDirectory},
+        {"Software\\Missing", E_NotFound},
+        {"Software\\Vantrel\\Lang\\Below", E_NotFound},
+        {cName64, S_RegIsDirectory},
+        {cName65, E_BadSyntax},
+        {"\\Software", E_BadArgument},
+        {"Software\\", E_BadArgument},
+        {"Software\\\\Vantrel", E_BadArgument},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(reg.Open(row.path.c_str()), row.expected) << "path '" << row.path << "'";
+}
+
+TEST(RegistryTree, ValuesAndDirectories)
+{
+    CMemRegistry reg;
+    ASSERT_EQ(reg.CreateDir("A\\B"), Ok);
+    EXPECT_EQ(reg.CreateDir("a\\b"), Ok) << "existing directories are fine";
+    EXPECT_EQ(reg.SetValue("A\\Missing", "x", "1"), E_NotFound);
+    EXPECT_EQ(reg.SetValue("A", cName65.c_str(), "1"), E_BadSyntax);
+    EXPECT_EQ(reg.SetValue("A", "x", nullptr), E_BadArgument);
+    EXPECT_EQ(reg.SetValue("A", cName64.c_str(), "long"), Ok);
+    EXPECT_EQ(reg.SetValue("A", "First", "1"), Ok);
+    EXPECT_EQ(reg.SetValue("A", "FIRST", "2"), Ok) << "same name, other case";
+    EXPECT_EQ(Value(reg, "a", "first"), "2");
+    EXPECT_EQ(Value(reg, "A", "Other"), "<E_NotFound>");
+    EXPECT_EQ(reg.RemoveValue("A", "Other"), E_NotFound);
+    EXPECT_EQ(reg.RemoveValue("A", "first"), Ok);
+    EXPECT_EQ(Value(reg, "A", "First"), "<E_NotFound>");
+
+    EXPECT_EQ(reg.AddComment("A", "two\nlines"), E_BadArgument);
+    EXPECT_EQ(reg.AddComment("A", "cr\r"), E_BadArgument);
+    EXPECT_EQ(reg.AddComment("Nowhere", "x"), E_NotFound);
+
+    ASSERT_EQ(reg.SetValue("A\\B", "deep", "1"), Ok);
+    EXPECT_EQ(reg.RemoveDir(""), E_BadArgument);
+    EXPECT_EQ(reg.RemoveDir("A\\Missing"), E_NotFound);
+    EXPECT_EQ(reg.RemoveDir("A"), Ok);
+    EXPECT_EQ(reg.Open("A\\B"), E_NotFound);
+    EXPECT_EQ(reg.Root().Count(), 0);
+}
+
+TEST(RegistryTree, ListDirKeepsOrderAndLeavesSubdirectoriesEmpty)
+{
+    CMemRegistry reg;
+    ASSERT_EQ(reg.CreateDir("D\\Sub\\Deeper"), Ok);
+    ASSERT_EQ(reg.AddComment("D", "after Sub"), Ok);
+    ASSERT_EQ(reg.SetValue("D", "v", "1"), Ok);
+    CRegDir listing;
+    ASSERT_EQ(reg.ListDir("D", listing), Ok);
+    ASSERT_EQ(listing.Count(), 3);
+    EXPECT_EQ(listing.Child(0).Type(), regDirectory);
+    EXPECT_EQ(static_cast<const CRegDir&>(listing.Child(0)).Count(), 0);
+    EXPECT_EQ(listing.Child(1).Type(), regComment);
+    EXPECT_STREQ(listing.Child(1).Text(), "after Sub");
+    EXPECT_EQ(listing.Child(2).Type(), regValue);
+    EXPECT_EQ(reg.ListDir("Nope", listing), E_NotFound);
+    EXPECT_EQ(listing.Count(), 0);
+}
+
+TEST(RegistryFile, WritesOneIndentedItemPerLine)
+{
+    CMemRegistry reg;
+    ASSERT_EQ(reg.CreateDir("Program Files"), Ok);
+    ASSERT_EQ(reg.AddComment("Program Files", " note"), Ok);
+    ASSERT_EQ(reg.SetValue("Program Files", "Name", "x y"), Ok);
+    ASSERT_EQ(reg.SetValue("", "", "unnamed"), Ok);
+    EXPECT_EQ(WriteText(reg), "!VRREG 1.0 {\n"
+                              "\t\"Program Files\" {\n"
+                              "\t\t; note\n"
+                              "\t\tName=\"x y\"\n"
+                              "\t}\n"
+                              "\t\"\"=\"unnamed\"\n"
+                              "}\n");
+}
+
+TEST(RegistryFile, RoundTripKeepsCommentsAndOddTexts)
+{
+    struct Row {
+        const char* name;
+        const char* text;
+    };
+    const Row rows[] = {
+        {"empty", ""},
+        {"two words", "  blanks  around  "},
+        {"quotes", "say \"hi\""},
+        {"path", "C:\\Program Files\\x\\"},
+        {"controls", "tab\there\nline\rcr\x7f\x01"},
+        {"punctuation;={}", "a=b;c{d}e"},
+        {"escape-like", "\\x41\\\\\\\""},
+        {"high", "caf\xE9 \xFF"},
+        {"back\\slash", "value names may hold one"},
+        {"", "the unnamed value"},
+        {cName64.c_str(), "longest name"},
+    };
+    CFileRegistry reg;
+    ASSERT_EQ(reg.AddComment("", "top comment with \"quotes\" = { } ;"), Ok);
+    ASSERT_EQ(reg.CreateDir("Odd\\Nested Dir"), Ok);
+    ASSERT_EQ(reg.AddComment("Odd", ""), Ok);
+    for (const Row& row : rows)
+        ASSERT_EQ(reg.SetValue("Odd\\Nested Dir", row.name, row.text), Ok) << row.name;
+    ASSERT_EQ(reg.AddComment("Odd", "\tlast, after the directory"), Ok);
+    std::string written = WriteText(reg);
+
+    CMemRegistry copy;
+    ASSERT_EQ(ReadText(copy, written), Ok) << written;
+    for (const Row& row : rows)
+        EXPECT_EQ(Value(copy, "Odd\\Nested Dir", row.name), row.text) << "row " << row.name;
+    EXPECT_EQ(WriteText(copy), written) << "comments and order survive";
+
+    std::string path = OrnTest::TempPath("tree.vrreg");
+    ASSERT_EQ(reg.Save(path.c_str()), Ok);
+    CFileRegistry loaded;
+    ASSERT_EQ(loaded.Load(path.c_str()), Ok);
+    EXPECT_EQ(WriteText(loaded), written);
+    ASSERT_EQ(loaded.SetValue("Odd", "added", "1"), Ok);
+    ASSERT_EQ(loaded.Save(), Ok) << "saves back where it was loaded from";
+    CFileRegistry again;
+    ASSERT_EQ(again.Load(path.c_str()), Ok);
+    EXPECT_EQ(Value(again, "Odd", "added"), "1");
+    std::remove(path.c_str());
+    EXPECT_EQ(again.Load(path.c_str()), E_NotFound);
+    EXPECT_EQ(again.Root().Count(), 0);
+}
+
+TEST(RegistryFile, ReadsHandWrittenText)
+{
+    CMemRegistry reg;
+    CCaptureHandler handler;
+    ASSERT_EQ(ReadText(reg, "  !VRREG 1.0 {\r\n;crlf comment\r\nbare=word dir{x=\"1\"}\r\n}\r\n\t"), Ok);
+    EXPECT_EQ(Value(reg, "", "bare"), "word");
+    EXPECT_EQ(Value(reg, "dir", "x"), "1");
+    ASSERT_EQ(reg.Root().Count(), 3);
+    EXPECT_STREQ(reg.Root().Child(0).Text(), "crlf comment");
+    EXPECT_TRUE(handler.mReports.empty());
+}
+
+TEST(RegistryFile, DamagedTextGivesCleanStatus)
+{
+    struct Row {
+        const char* what;
+        std::string text;
+    };
+    const std::string head = "!VRREG 1.0 {\n";
+    const Row rows[] = {
+        {"empty", ""},
+        {"other version", "!VRREG 2.0 {\n}\n"},
+        {"quoted header", "\"!VRREG\" 1.0 {\n}\n"},
+        {"no brace", "!VRREG 1.0\n}\n"},
+        {"no end", head + "a=\"1\"\n"},
+        {"open directory", head + "d {\n}\n"},
+        {"after end", head + "}\nx\n"},
+        {"second end", head + "}\n}\n"},
+        {"name alone", head + "a\n}\n"},
+        {"value alone", head + "=\"1\"\n}\n"},
+        {"value missing", head + "a=}\n"},
+        {"two names", head + "a b=\"1\"\n}\n"},
+        {"long name", head + cName65 + "=\"1\"\n}\n"},
+        {"long directory", head + cName65 + " {\n}\n}\n"},
+        {"empty directory name", head + "\"\" {\n}\n}\n"},
+        {"backslash directory", head + "\"a\\\\b\" {\n}\n}\n"},
+        {"open quote", head + "a=\"1\n}\n"},
+        {"quote at end", head + "a=\"1"},
+        {"bad escape", head + "a=\"\\q\"\n}\n"},
+        {"short hex", head + "a=\"\\x4\"\n}\n"},
+        {"nul escape", head + "a=\"\\x00\"\n}\n"},
+        {"control byte", head + "a=\x01\n}\n"},
+        {"deep", head + [] {
+             std::string deep;
+             for (int i = 0; i < 600; ++i)
+                 deep += "d{";
+             return deep + std::string(600, '}') + "}";
+         }()},
+    };
+    for (const Row& row : rows) {
+        CCaptureHandler handler;
+        CMemRegistry reg;
+        EXPECT_EQ(ReadText(reg, row.text), E_BadSyntax) << "row " << row.what;
+        ASSERT_EQ(handler.mReports.size(), 1u) << "row " << row.what;
+        EXPECT_EQ(handler.mReports[0], "<ErrFile>:<ErrLine>: Exception: E_BadSyntax") << "row " << row.what;
+    }
+}
+
+TEST(RegistryFile, ErrorsNameTheSourceLineAndKeepWhatWasRead)
+{
+    CCaptureHandler handler;
+    CMemRegistry reg;
+    EXPECT_EQ(ReadText(reg, "!VRREG 1.0 {\n\tkept=\"1\"\n\tbroken\n}\n", "tree.txt"), E_BadSyntax);
+    EXPECT_EQ(handler.mReports, std::vector<std::string>{"tree.txt:4: Exception: E_BadSyntax"})
+        << "the name token 'broken' is only known to be bad at the '}' of line 4";
+    EXPECT_EQ(Value(reg, "", "kept"), "1");
+    EXPECT_FALSE(CurrentErrorHandler().HasSource()) << "the source position is popped again";
+}
+
+TEST(RegistryFile, StoreAndStreamFailures)
+{
+    CCaptureHandler handler;
+    CReadOnlyRegistry readOnly;
+    EXPECT_EQ(ReadText(readOnly, "!VRREG 1.0 {\nd {\n a=\"1\"\n}\n}\n"), Failure);
+    EXPECT_EQ(readOnly.Open("d"), S_RegIsDirectory) << "the directory came before the refused value";
+    EXPECT_EQ(handler.mReports, std::vector<std::string>{"<ErrFile>:<ErrLine>: Exception: Failure"});
+
+    CMemRegistry reg;
+    CBrokenStream input("!VRREG 1.0 {\n}\n", 5);
+    EXPECT_EQ(reg.Read(input), E_Read);
+
+    ASSERT_EQ(reg.SetValue("", "v", "1"), Ok);
+    CBrokenStream output("", 16);
+    EXPECT_EQ(reg.Write(output), E_DiskFull);
+}
+
+TEST(RegistryFile, WriterRefusesWhatTheReaderWould)
+{
+    CMemRegistry badComment;
+    badComment.Root().AddComment("two\nlines");
+    CString text;
+    CStringStream stream(text, smWrite);
+    EXPECT_EQ(badComment.Write(stream), E_BadArgument);
+
+    CMemRegistry longName;
+    longName.Root().AddDir(cName65.c_str());
+    EXPECT_EQ(longName.Write(stream), E_BadSyntax);
+}
