@@ -1,0 +1,151 @@
+// The web page reader's portable half: URL splitting, the read's life cycle and the text of the page.
+#include "WebPageReader.h"
+
+#include <cstring>
+
+#include "Debug.h"
+#include "MemStream.h"
+#include "WebPageReaderPlatform.h"
+
+namespace Orn {
+
+namespace {
+
+const char HttpPrefix[] = "http://";
+constexpr Int HttpPrefixLength = 7;
+
+// "host" or "host:port"; anything after a colon must be a port number.
+bool SplitHostPort(const CString& hostPort, CString& host, Int& port)
+{
+    Int colon = -1;
+    for (Int i = 0; i < hostPort.Length(); ++i)
+        if (hostPort[i] == ':')
+            colon = i;
+    if (colon < 0) {
+        host = hostPort;
+        port = 80;
+        return true;
+    }
+    Int digits = hostPort.Length() - colon - 1;
+    if (digits < 1 || digits > 5)
+        return false;
+    Int value = 0;
+    for (Int i = colon + 1; i < hostPort.Length(); ++i) {
+        if (hostPort[i] < '0' || hostPort[i] > '9')
+            return false;
+        value = value * 10 + (hostPort[i] - '0');
+    }
+    if (value < 1 || value > 65535)
+        return false;
+    host = hostPort.Mid(0, colon);
+    port = value;
+    return true;
+}
+
+} // namespace
+
+bool SplitWebURL(const char* url, bool alwaysUsePOST, CWebRequest& request)
+{
+    if (!url || std::strncmp(url, HttpPrefix, HttpPrefixLength) != 0)
+        return false;
+    CString rest(url + HttpPrefixLength);
+    Int slash = rest.Find("/");
+    CWebRequest split;
+    if (!SplitHostPort(slash < 0 ? rest : rest.Mid(0, slash), split.host, split.port))
+        return false;
+    if (slash >= 0)
+        split.object = rest.Mid(slash + 1);
+
+    bool tooLong = Str::Length(url) > MaxGetURLLength;
+    Int query = split.object.Find("?");
+    if ((alwaysUsePOST || tooLong) && query >= 0) {
+        split.body = split.object.Mid(query + 1);
+        split.object = split.object.Mid(0, query);
+        split.doPOST = true;
+    } else if (tooLong) {
+        ORN_ASSERT_MSG("URL longer than max but does not contain query parameters");
+    }
+    request = split;
+    return true;
+}
+
+CWebPageReader::CWebPageReader(const char* clientName)
+{
+    ORN_ASSERT(clientName);
+    mClientName = clientName ? clientName : "";
+}
+
+// The worker keeps its own share of the buffer, so nothing here waits for it.
+CWebPageReader::~CWebPageReader() = default;
+
+RStatus CWebPageReader::StartRead(const char* url, Int max)
+{
+    ORN_ASSERT(max > 0);
+    ORN_ASSERT(!mThreadHand);
+    ORN_ASSERT(! mText);
+    if (max <= 0 || mThreadHand || mText)
+        return Failure;
+
+    bool AlwaysUsePOST = false;
+    GlobalVars.GetBool("AlwaysUsePOST", AlwaysUsePOST);
+    if (!SplitWebURL(url, AlwaysUsePOST, mRequest)) {
+        mStartStatus = E_BadArgument;
+        return mStartStatus;
+    }
+    bool doPOST = mRequest.doPOST;
+    ORN_ASSERT((! AlwaysUsePOST) || doPOST);
+
+    mMax = max;
+    mText.reset(new char[static_cast<size_t>(max) + 1]);
+    mText[0] = 0;
+    mStartStatus = Failure;
+    mThreadHand = StartPageReadThread(mClientName, mRequest, mText, max);
+    return Poll();
+}
+
+RStatus CWebPageReader::Poll() const
+{
+    return mThreadHand ? mThreadHand->Poll() : mStartStatus;
+}
+
+bool CWebPageReader::WaitForEnd(DWord ms) const
+{
+    return !mThreadHand || mThreadHand->WaitForEnd(ms);
+}
+
+bool CWebPageReader::GetText(CString& text) const
+{
+    if (Poll() != Ok)
+        return false;
+    // The worker keeps the buffer zero-terminated, so the read stops at the page's end.
+    CMemStream textStream(mText.get(), mMax + 1, smRead | smText);
+    if (!textStream.ReadToDelim(text)) {
+        ORN_ASSERT_MSG("textStream.ReadToDelim(text)");
+        return false;
+    }
+    return true;
+}
+
+DWord CWebPageReader::LastInternetStatus() const
+{
+    return mThreadHand ? mThreadHand->LastInternetStatus() : 0;
+}
+
+void CVarListPageReader::BuildURL(const char* baseURL, CString& url) const
+{
+    url = baseURL ? baseURL : "";
+    CString query;
+    if (mRequestVars.BuildQuery(query) > 0) {
+        url.AppendChar('?');
+        url.Append(query);
+    }
+}
+
+RStatus CVarListPageReader::StartReadWithVars(const char* baseURL, Int max)
+{
+    CString url;
+    BuildURL(baseURL, url);
+    return StartRead(url, max);
+}
+
+} // namespace Orn
