@@ -1,0 +1,208 @@
+// The three jobs: the version check, a local script run, and a version send from a parameter file.
+#include <windows.h>
+
+#include "Debug.h"
+#include "Escape.h"
+#include "FileStream.h"
+#include "Format.h"
+#include "RegKey.h"
+#include "UpdateWatch.h"
+#include "UpdateWatcher.h"
+#include "VersionRequest.h"
+#include "VarList.h"
+#include "VersionScript.h"
+
+using namespace Orn;
+
+namespace {
+
+// The usage counters and facts that the product may send besides the core parameters.
+const char* const cAppVarNames[] = {
+    "EqAction", "EqBrailleLang", "EqContent", "EqDisabilityTarget", "EqElemMath", "EqHiNode", "EqLang",
+    "EqLineBreak", "EqMTEF", "EqMaxNode", "EqRTL", "EqSpeak", "EqSpeechStyle", "EqSubjectArea", "EqTotal", "IEJVM",
+    "IEVer", "MathZoom", "MenuAction", "MenuSpeak", "MenuTotal", "NoTTS", "Notify", "Pages1252", "PagesHiEq",
+    "PagesHTML4", "PagesHTML5", "PagesLocal", "PagesMathJax", "PagesMathJaxAndNB", "PagesMaxEq", "PagesPrinted",
+    "PagesTotal", "PagesUTF16", "PagesUTF8", "PagesXHTML", "PagesXML", "SunJVMVer", nullptr,
+};
+
+const char* const cProductKey = "HKEY_CURRENT_USER\\SOFTWARE\\Vantrel\\VRNB3";
+const Int cTimeoutSeconds = 30;
+
+void DumpSection(CStream* log, const char* name, const CVarList& vars)
+{
+    if (!log)
+        return;
+    CLogSection section(log, name);
+    vars.WriteDump(*log);
+}
+
+} // namespace
+
+bool CUpdateWatchApp::RunScript(const char* script, CVarList& replyVars)
+{
+    CNBVersionScriptInterpreter interpreter(mSingleStep);
+    return StepResult(interpreter.Run(script, &replyVars), "run script");
+}
+
+void CUpdateWatchApp::LogURLInfo(const CString& url)
+{
+    CLogSection section(Log(), "URL info");
+    CString unescaped;
+    UnescapeURL(unescaped, url);
+    CFormat info("URL = \"<URL>\".\nURL length = <LEN>.\nURL (unescaped) = \"<URL_ESC>\".\n", nullptr, fmtNoGlobals);
+    info.Item("URL", url.Chars());
+    info.Item("LEN", url.Length());
+    info.Item("URL_ESC", unescaped.Chars());
+    if (CStream* log = Log())
+        log->WriteText(info);
+}
+
+bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* overrideVars, CString& replyPage,
+                                     bool overrideOnly)
+{
+    if (mVerbose) {
+        DumpSection(Log(), "Dump of app-specific version request parameters", appVars);
+        if (overrideVars)
+            DumpSection(Log(), "Dump of override version request parameters", *overrideVars);
+    }
+    CUpdateWatcher watcher(cAppVarNames);
+    RStatus status;
+    CString url;
+    // The client reports the version it installs: its own product version.
+    (void)watcher.CheckWithTimeout(status, true, "NBW", mOwnProductVersion, "EN", appVars, replyPage, url,
+                                   overrideVars, overrideOnly, cTimeoutSeconds);
+    bool ok = StatusStepResult(status, "Do version check");
+    if (mVerbose) {
+        LogURLInfo(url);
+        if (ok) {
+            CLogSection section(Log(), "Script");
+            LogFormat("%s\n", replyPage.Chars());
+        }
+    }
+    return ok;
+}
+
+bool CUpdateWatchApp::StoreReply(const CVarList& replyVars)
+{
+    CRegKey productKey, resultKey;
+    if (!productKey.OpenRooted(cProductKey, CRegKey::regCreate))
+        return false;
+    (void)productKey.DeleteKey("UWResult"); // absent the first time
+    if (!resultKey.OpenRelative(productKey, "UWResult", CRegKey::regCreate))
+        return false;
+    struct Writer : CVarList::CVisitor {
+        CRegKey& key;
+        explicit Writer(CRegKey& k) : key(k) {}
+        bool Visit(const char* name, const char* value) override { return key.SetString(name, value); }
+    } writer(resultKey);
+    return replyVars.Visit(writer);
+}
+
+bool CUpdateWatchApp::CheckWithAppVars(const char* appVarsText, const char* overrideText)
+{
+    CVarList appVars;
+    appVars.ParseQuery(appVarsText, false);
+    CString notify;
+    if (GlobalVars.GetValue("Notify", notify))
+        appVars.Set("Notify", notify);
+    CVarList overrides;
+    if (overrideText)
+        overrides.ParseQuery(overrideText, false);
+    CString reply;
+    if (!DoVersionCheck(appVars, overrideText ? &overrides : nullptr, reply, false))
+        return false;
+    CVarList replyVars;
+    if (!RunScript(reply, replyVars))
+        return false;
+    return StepResult(StoreReply(replyVars), "Store reply variables", true);
+}
+
+void CUpdateWatchApp::RunScriptFile(const char* path)
+{
+    CFileStream file(path, smRead | smText);
+    if (!file.IsOpen()) {
+        CString msg;
+        msg.Format("Can't open script file (%s).\n", path);
+        MessageDialog(msg, MB_OK);
+        return;
+    }
+    CString script;
+    file.ReadAll(script);
+    if (script.IsEmpty()) {
+        MessageDialog("can't read script.", MB_OK);
+        return;
+    }
+    CVarList replyVars;
+    if (RunScript(script, replyVars))
+        DumpSection(Log(), "Dumping reply variables", replyVars);
+}
+
+bool CUpdateWatchApp::ReadParamFile(const char* path, CVarList& params)
+{
+    CFileStream file(path, smRead | smText);
+    if (!file.IsOpen())
+        return false;
+    CString line;
+    while (file.ReadLine(line)) {
+        Int eq = line.Find("=");
+        if (eq >= 1)
+            params.Set(line.Mid(0, eq), line.Chars() + eq + 1);
+    }
+    return true;
+}
+
+bool CUpdateWatchApp::CheckFromParamFile(const char* path, CString& replyPage, bool run)
+{
+    CVarList params;
+    if (!ReadParamFile(path, params)) {
+        CString msg;
+        msg.Format("Can't open version params file (%s).\n", path);
+        MessageDialog(msg, MB_OK);
+        return false;
+    }
+    if (!DoVersionCheck(params, nullptr, replyPage, true))
+        return false;
+    if (!run)
+        return true;
+    CVarList replyVars;
+    if (!RunScript(replyPage, replyVars))
+        return false;
+    DumpSection(Log(), "Dumping variables set by version script", replyVars);
+    return true;
+}
+
+void CUpdateWatchApp::VersionCheckJob(const CString& appVarsText)
+{
+    mSingleStep = TestOption("step");
+    CString overrides;
+    bool haveOverrides = TestOptionValue("over", overrides);
+    bool ok = CheckWithAppVars(appVarsText, haveOverrides ? overrides.Chars() : nullptr);
+    if (!StepResult(ok, "Version check"))
+        SetExitCode(exitBadUpdateWatch);
+}
+
+void CUpdateWatchApp::ScriptJob(const CString& path)
+{
+    mSingleStep = TestOption("step");
+    RunScriptFile(path);
+}
+
+void CUpdateWatchApp::VersionSendJob(const CString& paramsPath)
+{
+    CString outPath;
+    bool haveOut = TestOptionValue("out", outPath);
+    bool norun = TestOption("norun");
+    if (!norun)
+        mSingleStep = TestOption("step");
+    CString reply;
+    bool ok = CheckFromParamFile(paramsPath, reply, !norun);
+    if (!StepResult(ok, "Version send")) {
+        SetExitCode(exitBadUpdateWatch);
+        return;
+    }
+    if (!haveOut)
+        return;
+    CFileStream out(outPath, smWrite | smText | fsmCreate);
+    if (out.IsOpen())
+        out.WriteText(reply);
+}

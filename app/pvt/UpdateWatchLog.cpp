@@ -1,0 +1,89 @@
+// The application's log: opening and closing it, step results, message dialogs.
+#include <windows.h>
+
+#include "Debug.h"
+#include "FileSystem.h"
+#include "Time.h"
+#include "UpdateWatch.h"
+#include "VarList.h"
+
+using namespace Orn;
+
+CStream* CUpdateWatchApp::Log() const { return mLog && mLog->IsOpen() ? mLog.get() : nullptr; }
+
+void CUpdateWatchApp::LogFormat(const char* format, ...)
+{
+    CStream* log = Log();
+    if (!log)
+        return;
+    va_list args;
+    va_start(args, format);
+    log->VWriteFormat(format, args);
+    va_end(args);
+}
+
+bool CUpdateWatchApp::OpenLog(const char* filename, bool fixedName)
+{
+    CloseLog();
+    mLog.reset(new CLogStream(filename, fixedName));
+    ORN_ASSERT(mLog);
+    if (!Log())
+        return false;
+    CString now;
+    CTime::Now().Format("%c", now);
+    LogFormat("Nimbra log started (%s).\n\n", now.Chars());
+    mLogFilePath = mLog->FilePath();
+    return true;
+}
+
+void CUpdateWatchApp::CloseLog(const CPath* copyToDir)
+{
+    if (!mLog)
+        return;
+    if (CStream* log = Log()) {
+        if (mVerbose) {
+            CLogSection section(log, "Dumping global variables");
+            GlobalVars.WriteDump(*log);
+        }
+        LogFormat("Exit code = '%s' (%d).\n", ExitCodeName(GetExitStatus()), GetExitStatus());
+        LogFormat("\nNimbra log ends (error count = %d).\n", mErrorCount);
+    }
+    mLog.reset();
+    if (!copyToDir)
+        return;
+    ORN_ASSERT(copyToDir->IsValid());
+    CLocalFileSystem& fs = CLocalFileSystem::Get();
+    CPath copy = *copyToDir;
+    if (copy.Append(mLogFilePath.FileName()).Succeeded() && fs.GetEntryKind(mLogFilePath) == S_FSIsFile)
+        (void)fs.CopyFile(mLogFilePath, copy);
+}
+
+bool CUpdateWatchApp::StepResult(bool ok, const char* msg, bool quietOnSuccess)
+{
+    if (!ok)
+        ++mErrorCount;
+    if (!(ok && quietOnSuccess))
+        LogFormat(ok ? "Success: %s\n" : "Failure: %s\n", msg);
+    return ok;
+}
+
+bool CUpdateWatchApp::StatusStepResult(RStatus status, const char* msg, bool quietOnSuccess)
+{
+    bool ok = status.Succeeded();
+    if (!ok)
+        ++mErrorCount;
+    if (!(ok && quietOnSuccess))
+        LogFormat(ok ? "Success (%s, 0x%08lX): %s\n" : "Failure (%s, 0x%08lX): %s\n", status.Name(),
+                  static_cast<unsigned long>(status.Word()), msg);
+    return ok;
+}
+
+void CUpdateWatchApp::MessageDialog(const char* text, DWord style)
+{
+    if (mSuppressDialogs) {
+        LogFormat("MessageDialog (suppressed due to -s option):\n%s\n", text);
+        return;
+    }
+    LogFormat("MessageDialog: displayed\n%s\n", text);
+    ::MessageBoxA(nullptr, text, "UpdateWatch", style);
+}

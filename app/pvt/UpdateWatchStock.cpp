@@ -1,0 +1,76 @@
+// Stock-taking before the job: own version, installation directories, the installed product.
+#include "FileSystem.h"
+#include "RegKey.h"
+#include "UpdateWatch.h"
+
+using namespace Orn;
+
+namespace {
+const char* const cProductClassKey = "HKEY_CLASSES_ROOT\\CLSID\\{5C1E8D1A-3B7F-4E62-9A0D-7F2B6C4E1A93}";
+}
+
+bool CUpdateWatchApp::TakeStock()
+{
+    CPath dir;
+    if (!StatusStepResult(CLocalFileSystem::Get().GetSpecialDirectory("AppDir", dir),
+                          "Could not get UpdateWatch.exe's directory", true))
+        return false;
+    mInstallSourceFolder = dir;
+    LogFormat("Install source folder = '%s'.\n", mInstallSourceFolder.DisplayText());
+    if (!GetOwnVersion() || !InitInstallationDirectories())
+        return false;
+    CheckInstalledProduct();
+    return true;
+}
+
+bool CUpdateWatchApp::GetOwnVersion()
+{
+    CLogSection section(Log(), "Getting version of UpdateWatch.exe");
+    CPath exe = mInstallSourceFolder;
+    if (!StatusStepResult(exe.Append("UpdateWatch.exe"), "Append 'UpdateWatch'", true))
+        return false;
+    CFileVersionInfo fvi;
+    bool ok = CVersion::GetVersionInfo(exe.Chars(), fvi) && fvi.mProductVersion.IsValid();
+    if (!StepResult(ok, "Get UpdateWatch's product version.", true))
+        return false;
+    mOwnProductVersion = fvi.mProductVersion;
+    mOwnProductVersionText = fvi.mProductVersionStr;
+    LogFormat("The version of Nimbra currently being installed (UpdateWatch's product version) = '%s'.\n",
+              mOwnProductVersionText.Chars());
+    return true;
+}
+
+bool CUpdateWatchApp::InitInstallationDirectories()
+{
+    CLogSection section(Log(), "Initializing installation directories");
+    CPath dir;
+    if (!StatusStepResult(CLocalFileSystem::Get().GetSpecialDirectory("WinProgramFilesDir", dir),
+                          "Get 'Program Files' directory", true))
+        return false;
+    LogFormat("'Program Files' directory = '%s'.\n", dir.DisplayText());
+    // The message names the product while the component is the program's own name; kept as it is.
+    return StatusStepResult(dir.Append("Vantrel"), "Append 'Vantrel'", true) &&
+           StatusStepResult(dir.Append("UpdateWatch"), "Append 'Nimbra'", true);
+}
+
+void CUpdateWatchApp::CheckInstalledProduct()
+{
+    CLogSection section(Log(), "Check if Nimbra already installed");
+    CRegKey classKey;
+    if (StepResult(classKey.OpenRooted(cProductClassKey), "Open CLSID key", true)) {
+        CRegKey versionKey, serverKey;
+        CString text;
+        if (StepResult(versionKey.OpenRelative(classKey, "InstalledVersion"), "Open InstalledVersion key", true) &&
+            StepResult(versionKey.GetString("", text), "Read InstalledVersion default value", true)) {
+            LogFormat("InstalledVersion = '%s'.\n", text.Chars());
+            StepResult(mInstalledVersion.Parse(text), "Convert InstalledVersion value", true);
+        }
+        if (StepResult(serverKey.OpenRelative(classKey, "InprocServer32"), "Open InprocServer32 key", true) &&
+            StepResult(serverKey.GetString("", text), "Read InprocServer32 default value", true)) {
+            LogFormat("server path from InprocServer32 key = '%s'.\n", text.Chars());
+            if (!text.IsEmpty())
+                mServerPath = CPath(text);
+        }
+    }
+    LogFormat(mInstalledVersion.IsValid() ? "Nimbra already installed.\n" : "Nimbra not installed.\n");
+}

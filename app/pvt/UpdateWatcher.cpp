@@ -1,0 +1,38 @@
+// The product's reply-script interpreter: message boxes, settable names and the reply dialog.
+#include "UpdateWatcher.h"
+
+#include <windows.h>
+
+#include "VersionDialog.h"
+
+using namespace Orn;
+
+namespace {
+
+const char* const cBoxTitle = "UpdateWatch";
+
+// The product settings a version script may change.
+const char* const cSettableNames[] = {
+    "DoUpdateWatchs", "UpdateWatchMenuItem", "UpdateWatchFreq", "ShowTips", "ShowTipsMenuItem",
+    "SplashScreen",   "CommandMenu",         "LastTip",         nullptr,
+};
+
+} // namespace
+
+CNBVersionScriptInterpreter::CNBVersionScriptInterpreter(bool singleStep) : CVersionScriptInterpreter(singleStep) {}
+
+IUpdateWatchDialog* CNBVersionScriptInterpreter::NewDialog() { return new CNBVersionReplyDlg(this); }
+
+const char* const* CNBVersionScriptInterpreter::SettableVariableNames() { return cSettableNames; }
+
+bool CNBVersionScriptInterpreter::ConfirmStep(const char* step)
+{
+    CString text;
+    text.Format("Single step:\n%s\nDo you want to continue?", step);
+    return ::MessageBoxA(nullptr, text, cBoxTitle, MB_YESNO) == IDYES;
+}
+
+void CNBVersionScriptInterpreter::ReportError(const char* error)
+{
+    ::MessageBoxA(nullptr, error, cBoxTitle, MB_ICONSTOP | MB_OK);
+}

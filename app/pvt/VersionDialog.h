@@ -1,0 +1,73 @@
+// The reply dialog of a version script: a message, up to three buttons and one checkbox.
+#pragma once
+
+#include <windows.h>
+
+#include "String.h"
+#include "VersionScript.h"
+
+class CNBVersionReplyDlg final : public Orn::IUpdateWatchDialog {
+public:
+    // The interpreter receives the pressed button's jump and the checkbox state.
+    explicit CNBVersionReplyDlg(Orn::CVersionScriptInterpreter* interpreter);
+    CNBVersionReplyDlg(const CNBVersionReplyDlg&) = delete;
+    CNBVersionReplyDlg& operator=(const CNBVersionReplyDlg&) = delete;
+
+    void SetTexts(const char* title, const char* message) override;
+    void SetWidth(Orn::Int width) override;
+    bool AddCheckbox(const char* text, const char* varName, bool negate, Orn::CString& error) override;
+    bool AddButton(const char* text, const char* label, bool isDefault, bool isClose, Orn::CString& error) override;
+    // Modal, from dialog template 100 of the program.
+    bool Run() override;
+    void Release() override;
+
+private:
+    struct CButtonSlot {
+        Orn::CString text;
+        Orn::CString label;
+    };
+    struct CRowLayout;
+
+    ~CNBVersionReplyDlg() = default; // only Release destroys it
+
+    static INT_PTR CALLBACK DlgProc(HWND dlg, UINT msg, WPARAM wParam, LPARAM lParam);
+    void OnInitDialog();
+    bool OnCommand(Orn::Int id);
+    void OnDestroy();
+    void SelectButton(Orn::Int index);
+
+    // The set-up steps, in the order they run.
+    void SetButtonTexts();
+    CRowLayout MeasureRow(Orn::Int gap);
+    Orn::Int ExtraWidth(Orn::Int neededWidth, Orn::Int clientWidth);
+    void Widen(Orn::Int extra);
+    void PlaceButtons(const CRowLayout& row, Orn::Int firstLeft);
+    void SetMessageText();
+    void SetUpCheckbox();
+    void SetUpDefaultButton();
+    void SetTitle();
+    void CentreAndShow();
+
+    // Window helpers; a failing call asserts with the call's text.
+    HWND Item(Orn::Int id);
+    RECT ItemRect(Orn::Int id);
+    void MoveItem(Orn::Int id, const RECT& rc);
+    void MoveItemBy(Orn::Int id, Orn::Int dy);
+    void GrowDialog(Orn::Int dx, Orn::Int dy);
+    Orn::Int ClientWidth();
+    Orn::Int SetAutoSizedText(Orn::Int id, const char* text, bool wrapped);
+
+    Orn::CVersionScriptInterpreter* mInterpreter;
+    Orn::CString mTitle;
+    Orn::CString mMessage;
+    Orn::Int mWidth = 0;
+    bool mHasCheckbox = false;
+    Orn::CString mCheckboxText;
+    bool mNegate = false;
+    Orn::CString mCheckboxVar;
+    Orn::Int mButtonCount = 0;
+    Orn::Int mDefaultButton = -1;
+    Orn::Int mCloseButton = -1;
+    CButtonSlot mButtons[3];
+    HWND mDlg = nullptr;
+};
