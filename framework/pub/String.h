@@ -23,6 +23,8 @@ Int ToWStr(const char* src, WChar* dst, Int dstSize);
 // Allocating narrow-to-wide copy (length + 1 wide characters); null when allocation fails. Free with delete[].
 WChar* NewWStr(const char* src);
 
+// The value of a hexadecimal digit character (either case), or -1.
+Int HexValue(Int ch);
 char HexDigit(Int v);
 void ByteToHex(Int byte, char out[2]);
 Byte HexToByte(const char chars[2]);

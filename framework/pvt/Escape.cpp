@@ -11,17 +11,6 @@ namespace {
 
 bool TestBits(DWord value, DWord bits) { return (value & bits) != 0; }
 
-Int HexValue(WChar c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // Index of ch among the special characters, or -1.
 Int SpecialIndex(const char* specials, char ch)
 {
@@ -41,8 +30,8 @@ bool SpecialsMatch(const char* specials, const char* replacements)
 // Writes the decoding of the "%" at p; returns the characters consumed.
 Int UnescapePercent(const char* p, char* out, Int& n)
 {
-    Int hi = HexValue(static_cast<unsigned char>(p[1]));
-    Int lo = hi < 0 ? -1 : HexValue(static_cast<unsigned char>(p[2]));
+    Int hi = Str::HexValue(static_cast<unsigned char>(p[1]));
+    Int lo = hi < 0 ? -1 : Str::HexValue(static_cast<unsigned char>(p[2]));
     if (lo >= 0) {
         out[n++] = static_cast<char>(hi * 16 + lo);
         return 3;
@@ -208,7 +197,7 @@ Int NumericReferenceCode(const WChar* body, Int len)
         return 0;
     Int code = 0;
     for (; i < len; ++i) {
-        Int digit = HexValue(body[i]);
+        Int digit = Str::HexValue(body[i]);
         if (digit < 0 || (!hex && digit > 9))
             return 0;
         code = code * (hex ? 16 : 10) + digit;

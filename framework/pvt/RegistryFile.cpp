@@ -55,13 +55,10 @@ CString NameToken(const char* name)
 
 Int HexValue(Int ch)
 {
-    if (ch >= '0' && ch <= '9')
-        return ch - '0';
-    if (ch >= 'a' && ch <= 'f')
-        return ch - 'a' + 10;
-    if (ch >= 'A' && ch <= 'F')
-        return ch - 'A' + 10;
-    throw E_BadSyntax;
+    Int value = Str::HexValue(ch);
+    if (value < 0)
+        throw E_BadSyntax;
+    return value;
 }
 
 // Reads the text form into a registry; every failure is thrown as a status.

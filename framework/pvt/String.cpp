@@ -436,7 +436,7 @@ void Str::ByteToHex(Int byte, char out[2])
     out[1] = HexDigit(byte & 0x0F);
 }
 
-static Int HexValue(char c)
+Int Str::HexValue(Int c)
 {
     if (c >= '0' && c <= '9')
         return c - '0';

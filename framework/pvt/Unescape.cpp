@@ -5,17 +5,6 @@ namespace Orn::Str {
 
 namespace {
 
-Int HexValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // Decodes the escape whose letter is at `p` (just after the backslash) into `out`; the characters consumed.
 Int DecodeEscape(const char* p, char& out)
 {
