@@ -15,17 +15,6 @@ bool IsDigit(unsigned char c) { return c >= '0' && c <= '9'; }
 bool IsLetter(unsigned char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool IsWordChar(unsigned char c) { return IsLetter(c) || IsDigit(c) || c == '_'; }
 
-Int HexValue(unsigned char c)
-{
-    if (IsDigit(c))
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // Copies exactly `count` characters; the span never holds a zero, as it lies within the script.
 void AssignSpan(CString& out, const char* p, Int count)
 {
@@ -165,8 +154,8 @@ void CVersionScriptInterpreter::ReadNumber(const char* begin)
             value = value * 10 + static_cast<DWord>(*mScan++ - '0');
     } else if (*mScan == 'x') {
         ++mScan;
-        while (HexValue(static_cast<unsigned char>(*mScan)) >= 0)
-            value = value * 16 + static_cast<DWord>(HexValue(static_cast<unsigned char>(*mScan++)));
+        while (Str::HexValue(static_cast<unsigned char>(*mScan)) >= 0)
+            value = value * 16 + static_cast<DWord>(Str::HexValue(static_cast<unsigned char>(*mScan++)));
     }
     mNumber = static_cast<Int>(negative ? 0u - value : value);
     AssignSpan(mTokenText, begin, static_cast<Int>(mScan - begin));
