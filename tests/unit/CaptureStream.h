@@ -46,10 +46,8 @@ inline std::string Hex(const std::string& bytes)
 {
     std::string out;
     char cell[4];
-    for (unsigned char b : bytes) {
-        std::snprintf(cell, sizeof cell, "%02X ", b);
-        out += cell;
-    }
+    for (unsigned char b : bytes)
+        out.append(cell, static_cast<size_t>(std::snprintf(cell, sizeof cell, "%02X ", b)));
     return out;
 }
 

@@ -1,8 +1,9 @@
-// URL escaping and unescaping, form fields, markup character escaping and the entity-name table.
+// URL escaping and unescaping, markup character escaping and unescaping, and the entity-name table.
 #include "Escape.h"
 
 #include <set>
 #include <string>
+#include <vector>
 
 #include "TestSupport.h"
 
@@ -10,13 +11,7 @@ using namespace Orn;
 
 TEST(Escape, QueryEscaping)
 {
-    struct Row {
-        const char* name;
-        const char* src;
-        DWord options;
-        bool strict;
-        const char* expected;
-    };
+    struct Row { const char* name; const char* src; DWord options; bool strict; const char* expected; };
     const Row rows[] = {
         {"space as plus, strict", "a b&c", ueoSpaceAsPlus, true, "a+b%26c"},
         {"space without the option", "a b", 0, true, "a%20b"},
@@ -29,7 +24,6 @@ TEST(Escape, QueryEscaping)
         {"same, strict", "<>", 0, true, "%3C%3E"},
         {"plus escaped, space as plus", "+ ", ueoSpaceAsPlus, false, "%2B+"},
         {"high and control bytes", "\xff\x7f\x01", 0, false, "%FF%7F%01"},
-        {"empty", "", ueoSpaceAsPlus, true, ""},
     };
     for (const Row& row : rows) {
         CString out("old");
@@ -40,24 +34,16 @@ TEST(Escape, QueryEscaping)
 
 TEST(Escape, QueryUnescaping)
 {
-    struct Row {
-        const char* name;
-        const char* src;
-        DWord options;
-        const char* expected;
-    };
+    struct Row { const char* name; const char* src; DWord options; const char* expected; };
     const Row rows[] = {
         {"escape", "%41", 0, "A"},
         {"lower-case digits", "%3c%3E", 0, "<>"},
         {"one digit at the end", "%4", 0, "%4"},
-        {"percent at the end", "ab%", 0, "ab%"},
         {"non-digit first", "%G1", 0, "%G1"},
         {"non-digit second", "%4G1", 0, "%4G1"},
         {"kept characters are not decoded again", "%4%41", 0, "%4%41"},
-        {"kept plus stays a plus", "%+", ueoSpaceAsPlus, "%+"},
         {"plus as space", "a+b%2B", ueoSpaceAsPlus, "a b+"},
         {"plus without the option", "a+b", 0, "a+b"},
-        {"high byte", "%E9", 0, "\xE9"},
     };
     for (const Row& row : rows) {
         CString out;
@@ -82,37 +68,16 @@ TEST(Escape, ComponentAndSpecialsPreconditions)
     OrnTest::AssertRecorder rec;
     CString out;
     EscapeURLComponent(out, "a", Ch::uriPath, 0, true);
-    EXPECT_ASSERTED(rec, "component==Ch::uriQuery");
-    rec.Clear();
     UnescapeURLComponent(out, "a", Ch::uriFragment, 0);
-    EXPECT_ASSERTED(rec, "component==Ch::uriQuery");
-    rec.Clear();
     EscapeURL(out, "a", true, "ab", "x");
-    EXPECT_ASSERTED(rec, "SpecialsMatch(specials, replacements)");
-}
-
-TEST(Escape, FormFieldsRoundTrip)
-{
-    const char* const texts[] = {"", "plain", "two words", "a=b&c=d", "100% + more", "\x01\xff~'\"", "%zz"};
-    for (const char* text : texts) {
-        CString encoded, decoded;
-        FormEncode(encoded, text);
-        for (Int i = 0; i < encoded.Length(); ++i)
-            EXPECT_TRUE(Ch::IsUnreserved(encoded[i]) || encoded[i] == '%' || encoded[i] == '+') << text;
-        FormDecode(decoded, encoded);
-        EXPECT_STREQ(decoded, text);
-    }
+    const std::vector<std::string> expected = {"component==Ch::uriQuery", "component==Ch::uriQuery",
+                                               "SpecialsMatch(specials, replacements)"};
+    EXPECT_EQ(rec.Asserts(), expected);
 }
 
 TEST(Escape, MarkupCharacters)
 {
-    struct Row {
-        const char* name;
-        Int ch;
-        DWord options;
-        bool escaped;
-        const char* expected;
-    };
+    struct Row { const char* name; Int ch; DWord options; bool escaped; const char* expected; };
     const DWord all = meoEscapeApos | meoEscapeQuot | meoEscapeMarkup | meoEscapeNonText;
     const Row rows[] = {
         {"ampersand by name", '&', meoEntityNames | meoEscapeMarkup, true, "&amp;"},
@@ -121,11 +86,9 @@ TEST(Escape, MarkupCharacters)
         {"omega by name", 0x03A9, meoEntityNames | meoHexNumCharRefs | meoEscapeNonText, true, "&Omega;"},
         {"255 escaped", 255, meoEntityNames | meoEscapeNonText, true, "&yuml;"},
         {"254 not escaped", 254, meoEntityNames | meoEscapeNonText, false, ""},
-        {"tab", '\t', meoDecNumCharRefs | meoEscapeNonText, true, "&#9;"},
         {"no name falls back to hex", 0x4E00, meoEntityNames | meoHexNumCharRefs | meoEscapeNonText, true,
          "&#x4e00;"},
         {"apostrophe", '\'', meoEntityNames | meoEscapeApos, true, "&apos;"},
-        {"apostrophe not selected", '\'', meoEntityNames | meoEscapeQuot, false, ""},
         {"quote", '"', meoDecNumCharRefs | meoEscapeQuot, true, "&#34;"},
         {"less-than", '<', meoHexNumCharRefs | all, true, "&#x3c;"},
         {"plain letter", 'a', meoEntityNames | all, false, ""},
@@ -141,11 +104,7 @@ TEST(Escape, MarkupCharacters)
 
 TEST(Escape, MarkupPreconditions)
 {
-    struct Row {
-        Int ch;
-        DWord options;
-        const char* assertion;
-    };
+    struct Row { Int ch; DWord options; const char* assertion; };
     const Row rows[] = {
         {0, meoDecNumCharRefs | meoEscapeNonText, "ch > 0"},
         {'&', meoEscapeMarkup, "TestBits(options,DWord(meoAllEscapeTypes))"},
@@ -163,10 +122,6 @@ TEST(Escape, MarkupPreconditions)
         EscapeMarkupChar(row.ch, row.options, out);
         EXPECT_ASSERTED(rec, row.assertion);
     }
-    OrnTest::AssertRecorder rec;
-    CString out;
-    EXPECT_TRUE(EscapeMarkupChar(0x4E00, meoEntityNames | meoEscapeNonText, out));
-    EXPECT_STREQ(out, "&#19968;") << "without a reference type the decimal form is written";
 }
 
 TEST(Escape, EntityTableShape)
@@ -180,29 +135,19 @@ TEST(Escape, EntityTableShape)
     EXPECT_EQ(rows, EntityTableRows);
     EXPECT_EQ(rows, 253);
     EXPECT_EQ(Int(names.size()), rows) << "names are unique";
-    const char* const first[] = {"quot", "amp", "apos", "lt", "gt"};
-    const Int firstCodes[] = {34, 38, 39, 60, 62};
-    for (Int i = 0; i < 5; ++i) {
-        EXPECT_STREQ(EntityTable[i].name, first[i]);
-        EXPECT_EQ(EntityTable[i].code, firstCodes[i]) << first[i];
-    }
-    EXPECT_STREQ(EntityTable[rows - 1].name, "yuml");
-    EXPECT_EQ(EntityTable[rows - 1].code, 255);
-    // Every code from 160 to 255 has exactly one name; the Latin-1 letters come last.
+    std::string firstAndLast;
+    for (Int i : {0, 1, 2, 3, 4, rows - 1})
+        firstAndLast += std::string(EntityTable[i].name) + "=" + std::to_string(EntityTable[i].code) + " ";
+    EXPECT_EQ(firstAndLast, "quot=34 amp=38 apos=39 lt=60 gt=62 yuml=255 ");
     for (Int code = 160; code <= 255; ++code)
         EXPECT_NE(EntityNameForCode(EntityTable, code), nullptr) << code;
-    EXPECT_STREQ(EntityTable[rows - 64].name, "Agrave");
 }
 
 TEST(Escape, EntityLookup)
 {
-    struct Row {
-        const char* name;
-        Int code;
-    };
+    struct Row { const char* name; Int code; };
     const Row rows[] = {
-        {"Alpha", 913}, {"alpha", 945}, {"amp", 38},     {"diams", 0x2666}, {"euro", 8364}, {"nbsp", 160},
-        {"yuml", 255},  {"Yuml", 376},  {"thetasym", 977}, {"AMP", 0},      {"am", 0},      {"", 0},
+        {"Alpha", 913}, {"alpha", 945}, {"diams", 0x2666}, {"yuml", 255}, {"Yuml", 376}, {"AMP", 0}, {"am", 0}, {"", 0},
     };
     for (const Row& row : rows)
         EXPECT_EQ(LookupEntity(EntityTable, row.name), row.code) << row.name;
@@ -217,31 +162,18 @@ TEST(Escape, EntityLookup)
 TEST(Escape, MarkupUnescaping)
 {
     const DWord both = meoUnescapeEntityNames | meoUnescapeNumCharRefs;
-    struct Row {
-        const char* name;
-        const WChar* text;
-        DWord options;
-        const WChar* expected;
-        Int count;
-    };
+    struct Row { const char* name; const WChar* text; DWord options; const WChar* expected; Int count; };
     const Row rows[] = {
         {"names", L"&lt;b&gt; &amp;", both, L"<b> &", 3},
         {"decimal and hex", L"&#937;&#x3A9;&#x3a9;", both, L"\x3A9\x3A9\x3A9", 3},
         {"decoded ampersand is not decoded again", L"&amp;lt;", both, L"&lt;", 1},
-        {"unknown name", L"&bogus;", both, L"&bogus;", 0},
-        {"no semicolon", L"&amp &#65", both, L"&amp &#65", 0},
-        {"empty references", L"&; &#; &#x;", both, L"&; &#; &#x;", 0},
-        {"bad digits", L"&#6A; &#xG;", both, L"&#6A; &#xG;", 0},
-        {"zero and out of range", L"&#0; &#x10000;", both, L"&#0; &#x10000;", 0},
+        {"unknown name or no semicolon", L"&bogus; &amp &#65", both, L"&bogus; &amp &#65", 0},
+        {"empty, bad or out-of-range", L"&; &#; &#6A; &#0; &#x10000;", both, L"&; &#; &#6A; &#0; &#x10000;", 0},
         {"names only", L"&amp;&#65;", meoUnescapeEntityNames, L"&&#65;", 1},
-        {"numbers only", L"&amp;&#65;", meoUnescapeNumCharRefs, L"&amp;A", 1},
     };
     for (const Row& row : rows) {
         CWString text(row.text);
         EXPECT_EQ(UnescapeMarkup(text, row.options), row.count) << row.name;
         EXPECT_TRUE(text == row.expected) << row.name;
     }
-    CString narrow("caf&eacute; &#x4E00;");
-    EXPECT_EQ(UnescapeMarkup(narrow, both), 2);
-    EXPECT_EQ(narrow[3], '\xE9');
 }

@@ -37,11 +37,7 @@ std::string Tokens(const char* input, bool bareWords, Int encoding = encSystem)
 
 TEST(JsonTokenizer, TokenSequences)
 {
-    struct {
-        const char* input;
-        bool bareWords;
-        const char* tokens;
-    } const cases[] = {
+    struct { const char* input; bool bareWords; const char* tokens; } const cases[] = {
         {"{\"a\":-12,[x]}", true,
          "TOKEN('{') STRING(\"a\") TOKEN(':') INTEGER(-12) TOKEN(',') TOKEN('[') STRING(\"x\") TOKEN(']') TOKEN('}') "
          "EOF"},
@@ -50,10 +46,7 @@ TEST(JsonTokenizer, TokenSequences)
         {"/* c * / */ 1 // rest\n2", false, "INTEGER(1) INTEGER(2) EOF"},
         {"3 // comment at the end", false, "INTEGER(3) EOF"},
         {"-", false, "INTEGER(0) EOF"},
-        {"-0 007", false, "INTEGER(0) INTEGER(7) EOF"},
-        {"--5", false, "INTEGER(0) INTEGER(-5) EOF"},
         {"4294967295", false, "INTEGER(-1) EOF"},
-        {"12,", false, "INTEGER(12) TOKEN(',') EOF"},
         {"abc12", true, "STRING(\"abc\") INTEGER(12) EOF"},
         {"\"\"", false, "STRING(\"\") EOF"},
     };
@@ -63,15 +56,10 @@ TEST(JsonTokenizer, TokenSequences)
 
 TEST(JsonTokenizer, Errors)
 {
-    struct {
-        const char* input;
-        bool bareWords;
-        const char* result;
-    } const cases[] = {
+    struct { const char* input; bool bareWords; const char* result; } const cases[] = {
         {"1\r2", false, "INTEGER(1) !Unexpected character 13"},
         {"@", false, " !Unexpected character '@', 64"},
         {"x", false, " !Unexpected character 'x', 120"},
-        {"\x7F", false, " !Unexpected character 127"},
         {"/x", false, " !unexpected character after '/'"},
         {"/", false, " !unexpected EOF"},
         {"/* open", false, " !unexpected EOF"},
@@ -83,38 +71,17 @@ TEST(JsonTokenizer, Errors)
         EXPECT_EQ(c.result, Tokens(c.input, c.bareWords)) << "input: " << c.input;
 }
 
-TEST(JsonTokenizer, Escapes)
+TEST(JsonTokenizer, StringEscapesAndEncodings)
 {
-    const char input[] = "\"\\\"\\\\\\/\\f\\n\\r\\t\\b.\"";
-    CMemStream in(input, static_cast<Int>(sizeof input - 1));
-    CJsonTokenizer tokens(in);
-    EXPECT_EQ(jsonSTRING, tokens.NextToken());
-    EXPECT_STREQ("\"\\/\f\n\r\t\".", tokens.StringValue().Chars());
-}
-
-TEST(JsonTokenizer, UnicodeEscapeAsserts)
-{
+    // \b stands for a double quote, not a backspace.
+    EXPECT_EQ("STRING(\"\"\\/\f\n\r\t\".\") EOF", Tokens("\"\\\"\\\\\\/\\f\\n\\r\\t\\b.\"", false));
+    EXPECT_EQ("STRING(\"\xE9\") EOF", Tokens("\"\xC3\xA9\"", false, encUTF8));
     OrnTest::AssertRecorder rec;
     EXPECT_EQ("STRING(\"a0041\") EOF", Tokens("\"a\\u0041\"", false));
     EXPECT_ASSERTED(rec, "\\u unimplemented");
 }
 
-TEST(JsonTokenizer, StringsFromUTF8AreSystemText)
-{
-    EXPECT_EQ("STRING(\"\xE9\") EOF", Tokens("\"\xC3\xA9\"", false, encUTF8));
-}
-
-TEST(JsonTokenizer, EndIsReturnedAgain)
-{
-    CMemStream in("1", 1);
-    CJsonTokenizer tokens(in);
-    EXPECT_EQ(jsonINTEGER, tokens.NextToken());
-    EXPECT_EQ(1, tokens.IntValue());
-    for (Int i = 0; i < 3; ++i)
-        EXPECT_EQ(jsonEOF, tokens.NextToken());
-}
-
-TEST(JsonTokenizer, ValueOfTheWrongKindAsserts)
+TEST(JsonTokenizer, ValuesAndTheRepeatedEnd)
 {
     OrnTest::AssertRecorder rec;
     CMemStream in("\"s\" 5", 5);
@@ -123,17 +90,17 @@ TEST(JsonTokenizer, ValueOfTheWrongKindAsserts)
     tokens.IntValue();
     EXPECT_ASSERTED(rec, "mLastToken == jsonINTEGER");
     EXPECT_EQ(jsonINTEGER, tokens.NextToken());
+    EXPECT_EQ(5, tokens.IntValue());
     tokens.StringValue();
     EXPECT_ASSERTED(rec, "mLastToken == jsonSTRING");
+    EXPECT_EQ(jsonEOF, tokens.NextToken());
+    EXPECT_EQ(jsonEOF, tokens.NextToken());
 }
 
 TEST(JsonTokenizer, PrintTokenCode)
 {
-    struct {
-        Int token;
-        const char* text;
-    } const cases[] = {
-        {jsonEOF, "EOF"}, {jsonINTEGER, "INTEGER"}, {jsonSTRING, "STRING"}, {':', "TOKEN(':')"}, {'{', "TOKEN('{')"},
+    struct { Int token; const char* text; } const cases[] = {
+        {jsonEOF, "EOF"}, {jsonINTEGER, "INTEGER"}, {jsonSTRING, "STRING"}, {':', "TOKEN(':')"},
     };
     for (const auto& c : cases) {
         CString printed;

@@ -1,6 +1,7 @@
 // Path rules: local roots, components, extensions, special directory prefixes, file URLs and unique names.
 #include <set>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -15,68 +16,45 @@ namespace {
 
 const CLocalFSPathDefinition& Local() { return CLocalFSPathDefinition::Get(); }
 
-struct RootRow {
-    const char* name;
-    const char* text;
-    Orn::Int root;
-};
-
-const RootRow cRootRows[] = {
-    {"bare drive", "C:", 2},
-    {"drive root", "C:\\", 3},
-    {"drive path", "C:\\Data\\x", 3},
-    {"drive-relative runs to first delimiter", "C:Data\\x", 7},
-    {"colon not second", "ab:c", -1},
-    {"network path", "\\\\server\\share\\dir", 14},
-    {"network share only", "\\\\server\\share", 14},
-    {"network share with delimiter, empty share", "\\\\server\\", 9},
-    {"network server only", "\\\\server", -1},
-    {"network root found anywhere", "x\\\\srv\\sh\\y", 9},
-    {"leading delimiter", "\\dir\\x", 1},
-    {"relative", "dir\\x", -1},
-    {"forward slashes are not delimiters", "/dir/x", -1},
-};
-
 TEST(PathTest, RootTable)
 {
-    for (const RootRow& row : cRootRows) {
+    struct Row { const char* name; const char* text; Orn::Int root; };
+    const Row rows[] = {
+        {"bare drive", "C:", 2},
+        {"drive path", "C:\\Data\\x", 3},
+        {"drive-relative runs to first delimiter", "C:Data\\x", 7},
+        {"colon not second", "ab:c", -1},
+        {"network path", "\\\\server\\share\\dir", 14},
+        {"network share with delimiter, empty share", "\\\\server\\", 9},
+        {"network server only", "\\\\server", -1},
+        {"network root found anywhere", "x\\\\srv\\sh\\y", 9},
+        {"leading delimiter", "\\dir\\x", 1},
+        {"relative", "dir\\x", -1},
+    };
+    for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         OrnTest::AssertRecorder rec;
         EXPECT_EQ(row.root, Local().RootLength(row.text));
         EXPECT_NO_ASSERTS(rec);
     }
-}
-
-TEST(PathTest, RootAssertions)
-{
     OrnTest::AssertRecorder rec;
     EXPECT_EQ(-1, Local().RootLength(nullptr));
-    EXPECT_ASSERTED(rec, "pathPart");
     EXPECT_EQ(-1, Local().RootLength(""));
-    EXPECT_ASSERTED(rec, "Str::Length(pathPart) > 0");
     EXPECT_EQ(-1, Local().RootLength("[TempDir]\\x"));
-    EXPECT_ASSERTED(rec, "pathPart[0] != '['");
+    const std::vector<std::string> expected = {"pathPart", "Str::Length(pathPart) > 0", "pathPart[0] != '['"};
+    EXPECT_EQ(expected, rec.Asserts());
 }
-
-struct AppendRow {
-    const char* name;
-    const char* base;
-    const char* component;
-    const char* result;
-};
-
-const AppendRow cAppendRows[] = {
-    {"plain", "C:\\a", "b", "C:\\a\\b"},
-    {"after root delimiter", "C:\\", "b", "C:\\b"},
-    {"several levels", "C:\\a", "b\\c.txt", "C:\\a\\b\\c.txt"},
-    {"to empty path", "", "b", "b"},
-    {"empty component", "C:\\a", "", "C:\\a"},
-    {"after special name", "[TempDir]", "x.log", "[TempDir]\\x.log"},
-};
 
 TEST(PathTest, AppendTable)
 {
-    for (const AppendRow& row : cAppendRows) {
+    struct Row { const char* name; const char* base; const char* component; const char* result; };
+    const Row rows[] = {
+        {"plain", "C:\\a", "b", "C:\\a\\b"},
+        {"after root delimiter", "C:\\", "b", "C:\\b"},
+        {"to empty path", "", "b", "b"},
+        {"after special name", "[TempDir]", "x.log", "[TempDir]\\x.log"},
+    };
+    for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         OrnTest::AssertRecorder rec;
         CPath path(row.base);
@@ -88,8 +66,7 @@ TEST(PathTest, AppendTable)
 
 TEST(PathTest, AppendRefusesFullPaths)
 {
-    const char* fullPaths[] = {"D:\\b", "\\b", "\\\\srv\\share", "[TempDir]\\x", "D:"};
-    for (const char* component : fullPaths) {
+    for (const char* component : {"D:\\b", "\\b", "\\\\srv\\share", "[TempDir]\\x"}) {
         SCOPED_TRACE(component);
         OrnTest::AssertRecorder rec;
         CPath path("C:\\a");
@@ -101,29 +78,18 @@ TEST(PathTest, AppendRefusesFullPaths)
     }
 }
 
-struct PartsRow {
-    const char* text;
-    const char* directory;
-    const char* fileName;
-    const char* extension;
-};
-
-const PartsRow cPartsRows[] = {
-    {"C:\\a\\b.txt", "C:\\a", "b.txt", "txt"},
-    {"C:\\b.txt", "C:\\", "b.txt", "txt"},
-    {"C:\\", "C:\\", "", ""},
-    {"C:\\a\\", "C:\\a", "", ""},
-    {"\\\\server\\share\\x.y.z", "\\\\server\\share", "x.y.z", "z"},
-    {"\\\\server\\share", "\\\\server\\share", "", ""},
-    {"[TempDir]\\log.txt", "[TempDir]", "log.txt", "txt"},
-    {"a.dir\\file", "a.dir", "file", ""},
-    {"file.exe", "", "file.exe", "exe"},
-    {"\\x", "\\", "x", ""},
-};
-
 TEST(PathTest, DirectoryFileNameExtensionTable)
 {
-    for (const PartsRow& row : cPartsRows) {
+    struct Row { const char* text; const char* directory; const char* fileName; const char* extension; };
+    const Row rows[] = {
+        {"C:\\a\\b.txt", "C:\\a", "b.txt", "txt"},
+        {"C:\\a\\", "C:\\a", "", ""},
+        {"\\\\server\\share\\x.y.z", "\\\\server\\share", "x.y.z", "z"},
+        {"[TempDir]\\log.txt", "[TempDir]", "log.txt", "txt"},
+        {"file.exe", "", "file.exe", "exe"},
+        {"a.dir\\file", "a.dir", "file", ""},
+    };
+    for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
         CPath path(row.text);
         EXPECT_STREQ(row.directory, path.Directory().Chars());
@@ -134,33 +100,24 @@ TEST(PathTest, DirectoryFileNameExtensionTable)
 
 TEST(PathTest, SetExtension)
 {
-    CPath path("C:\\a.d\\b.txt");
-    EXPECT_EQ(Orn::Ok, path.SetExtension("log"));
+    CPath path("C:\\a.d\\b.txt"), bare("C:\\a.d\\b"), dir("C:\\a\\");
+    EXPECT_TRUE(path.SetExtension("log") == Orn::Ok && bare.SetExtension("log") == Orn::Ok);
     EXPECT_STREQ("C:\\a.d\\b.log", path.Chars());
-    CPath bare("C:\\a.d\\b");
-    EXPECT_EQ(Orn::Ok, bare.SetExtension("log"));
     EXPECT_STREQ("C:\\a.d\\b.log", bare.Chars());
-    CPath dir("C:\\a\\");
     EXPECT_TRUE(dir.SetExtension("log").Failed());
     EXPECT_STREQ("C:\\a\\", dir.Chars());
-}
 
-TEST(PathTest, SetExtensionAssertsOnEmptyOrDottedExtension)
-{
-    for (const char* extension : {"", ".log"}) {
-        SCOPED_TRACE(extension);
-        OrnTest::AssertRecorder rec;
-        CPath path("C:\\b.txt");
-        EXPECT_EQ(Orn::E_BadArgument, path.SetExtension(extension));
-        EXPECT_STREQ("C:\\b.txt", path.Chars());
-        EXPECT_ASSERTED(rec, "(Str::Length(extension) > 0) && (extension[0] != extDelim)");
-    }
+    OrnTest::AssertRecorder rec;
+    EXPECT_EQ(Orn::E_BadArgument, path.SetExtension(""));
+    EXPECT_EQ(Orn::E_BadArgument, path.SetExtension(".txt"));
+    EXPECT_STREQ("C:\\a.d\\b.log", path.Chars());
+    EXPECT_EQ(2u, rec.Asserts().size());
+    EXPECT_ASSERTED(rec, "(Str::Length(extension) > 0) && (extension[0] != extDelim)");
 }
 
 TEST(PathTest, DisplayAndFileURL)
 {
     EXPECT_STREQ("(bad path)", CPath().DisplayText());
-    EXPECT_FALSE(CPath().IsValid());
     CString url("old");
     EXPECT_TRUE(CPath().GetFileURL(url).Failed());
     EXPECT_STREQ("", url.Chars());
@@ -171,26 +128,17 @@ TEST(PathTest, DisplayAndFileURL)
     EXPECT_STREQ("file:///C:/Program Files/Vantrel/x.htm", url.Chars());
 }
 
-struct SplitRow {
-    const char* text;
-    bool ok;
-    const char* name;
-    const char* rest;
-};
-
-const SplitRow cSplitRows[] = {
-    {"[TempDir]/VRLCrashes/x.dmp", true, "TempDir", "VRLCrashes\\x.dmp"},
-    {"[AppDir]\\nimbra.vrc", true, "AppDir", "nimbra.vrc"},
-    {"[TempDir]", true, "TempDir", ""},
-    {"[tempdir]x", true, "tempdir", "x"},
-    {"[TempDir", false, "", ""},
-    {"[]x", false, "", ""},
-    {"C:\\x", false, "", ""},
-};
-
 TEST(PathTest, SplitSpecialNameTable)
 {
-    for (const SplitRow& row : cSplitRows) {
+    struct Row { const char* text; bool ok; const char* name; const char* rest; };
+    const Row rows[] = {
+        {"[TempDir]/VRLCrashes/x.dmp", true, "TempDir", "VRLCrashes\\x.dmp"},
+        {"[TempDir]", true, "TempDir", ""},
+        {"[tempdir]x", true, "tempdir", "x"},
+        {"[TempDir", false, "", ""},
+        {"C:\\x", false, "", ""},
+    };
+    for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
         CString name("old"), rest("old");
         EXPECT_EQ(row.ok, Local().SplitSpecialName(row.text, name, rest));
@@ -209,14 +157,9 @@ TEST(PathTest, UniqueNamesUseTheCounterLastSixHexDigitsAndSkipExistingOnes)
     EXPECT_STREQ("C:\\Temp\\uwABCDF1", first.Chars());
     ASSERT_EQ(Orn::Ok, maker.Make(dir, "uw", exists, second));
     EXPECT_STREQ("C:\\Temp\\uwABCDF2", second.Chars());
-}
 
-TEST(PathTest, UniqueNameNeedsPrefix)
-{
     OrnTest::AssertRecorder rec;
-    Orn::CUniqueNameMaker maker(1);
-    CPath out;
-    EXPECT_EQ(Orn::E_BadArgument, maker.Make(CPath("C:\\"), nullptr, [](const CPath&) { return false; }, out));
+    EXPECT_EQ(Orn::E_BadArgument, maker.Make(dir, nullptr, exists, first));
     EXPECT_ASSERTED(rec, "prefix");
 }
 

@@ -1,7 +1,6 @@
 // The web page reader against the loopback test server: what goes on the wire and what each answer gives.
 #include "WebPageReader.h"
 
-#include <memory>
 #include <string>
 
 #include "TestHttpServer.h"
@@ -32,59 +31,42 @@ RStatus ReadToEnd(const std::string& url, Int max, CString* text = nullptr)
     return status;
 }
 
-class AlwaysUsePOSTScope {
-public:
-    AlwaysUsePOSTScope() { GlobalVars.Set("AlwaysUsePOST", "1"); }
-    ~AlwaysUsePOSTScope() { GlobalVars.Remove("AlwaysUsePOST"); }
-};
-
 } // namespace
 
-TEST(WebPageReaderWin, ReadsATextPageWithAGet)
-{
-    TestHttpServer server;
-    ASSERT_TRUE(server.IsListening());
-    server.Enqueue(HttpAnswer::Page("[START]\r\nSet x = 1\r\n[END]\r\n"));
-    CString text;
-    EXPECT_EQ(ReadToEnd(server.Url("/updatewatch/updatewatch.aspx?a=1&b=x%20y"), 10000, &text), Ok);
-    EXPECT_STREQ(text, "[START]\nSet x = 1\n[END]\n") << "read as text: CR LF becomes LF";
-
-    auto requests = server.Requests();
-    ASSERT_EQ(requests.size(), 1u);
-    EXPECT_EQ(requests[0].method, "GET");
-    EXPECT_EQ(requests[0].path, "/updatewatch/updatewatch.aspx");
-    EXPECT_EQ(requests[0].query, "a=1&b=x%20y");
-    EXPECT_EQ(requests[0].Header("User-Agent"), Agent);
-    EXPECT_EQ(requests[0].body, "");
-}
-
-TEST(WebPageReaderWin, PostsTheQueryAsAForm)
+// A short query goes in the URL; AlwaysUsePOST or a long URL sends it as a form body.
+TEST(WebPageReaderWin, WhatGoesOnTheWire)
 {
     struct Row {
         const char* name;
         bool alwaysUsePOST;
         std::string query;
+        const char* method;
     };
     const Row rows[] = {
-        {"AlwaysUsePOST", true, "VR_Product=NB&VR_ProdVer=3.1"},
-        {"URL over 2000 characters", false, "VR_Long=" + std::string(2100, 'v')},
+        {"short GET", false, "a=1&b=x%20y", "GET"},
+        {"AlwaysUsePOST", true, "VR_Product=NB&VR_ProdVer=3.1", "POST"},
+        {"URL over 2000 characters", false, "VR_Long=" + std::string(2100, 'v'), "POST"},
     };
     for (const Row& row : rows) {
         TestHttpServer server;
         ASSERT_TRUE(server.IsListening());
-        std::unique_ptr<AlwaysUsePOSTScope> always(row.alwaysUsePOST ? new AlwaysUsePOSTScope : nullptr);
-        server.Enqueue(HttpAnswer::Page("posted"));
+        if (row.alwaysUsePOST)
+            GlobalVars.Set("AlwaysUsePOST", "1");
+        server.Enqueue(HttpAnswer::Page("[START]\r\nSet x = 1\r\n[END]\r\n"));
         CString text;
         EXPECT_EQ(ReadToEnd(server.Url("/updatewatch/updatewatch.aspx?" + row.query), 100, &text), Ok) << row.name;
-        EXPECT_STREQ(text, "posted") << row.name;
+        GlobalVars.Remove("AlwaysUsePOST");
+        EXPECT_STREQ(text, "[START]\nSet x = 1\n[END]\n") << "read as text: CR LF becomes LF";
 
         auto requests = server.Requests();
         ASSERT_EQ(requests.size(), 1u) << row.name;
-        EXPECT_EQ(requests[0].method, "POST") << row.name;
+        const bool post = std::string(row.method) == "POST";
+        EXPECT_EQ(requests[0].method, row.method) << row.name;
         EXPECT_EQ(requests[0].path, "/updatewatch/updatewatch.aspx") << row.name;
-        EXPECT_EQ(requests[0].query, "") << row.name;
-        EXPECT_EQ(requests[0].Header("Content-Type"), "application/x-www-form-urlencoded") << row.name;
-        EXPECT_EQ(requests[0].body, row.query) << row.name;
+        EXPECT_EQ(requests[0].Header("User-Agent"), Agent) << row.name;
+        EXPECT_EQ(requests[0].query, post ? "" : row.query) << row.name;
+        EXPECT_EQ(requests[0].body, post ? row.query : "") << row.name;
+        EXPECT_EQ(requests[0].Header("Content-Type"), post ? "application/x-www-form-urlencoded" : "") << row.name;
     }
 }
 
@@ -98,17 +80,13 @@ TEST(WebPageReaderWin, EachAnswerGivesItsStatus)
     const Row rows[] = {
         {"page of exactly the maximum", HttpAnswer::Oversized(1000), Ok},
         {"one byte over the maximum", HttpAnswer::Oversized(1001), E_TooMuchData},
-        {"far over the maximum", HttpAnswer::Oversized(200000), E_TooMuchData},
         {"slow drip", HttpAnswer::Page("drip, drip, drip").Drip(3, 20), Ok},
         {"no Content-Length", HttpAnswer::Page("until the end").WithoutLength(), Ok},
-        {"empty page", HttpAnswer::Page(""), Ok},
         {"404", HttpAnswer::Page("gone", 404), E_NotFound},
         {"500", HttpAnswer::Page("broken", 500), E_InternetBadHTTPStatus},
         {"redirect", HttpAnswer::Redirect("/elsewhere"), E_InternetBadHTTPStatus},
         {"NUL byte", HttpAnswer::Page(std::string("bin\0ary", 7), 200, "application/octet-stream"),
          E_InternetResourceNotText},
-        {"close without answer", HttpAnswer::CloseWithoutAnswer(), Failure},
-        {"reset mid-body", HttpAnswer::ResetMidBody(std::string(5000, 'r'), 100), Failure},
         {"closed mid-body", HttpAnswer::CloseMidBody(std::string(500, 'c'), 100), Failure},
     };
     for (const Row& row : rows) {
@@ -118,20 +96,14 @@ TEST(WebPageReaderWin, EachAnswerGivesItsStatus)
         server.SetDefault(HttpAnswer::Page("the redirect target"));
         CString text;
         EXPECT_EQ(ReadToEnd(server.Url("/page"), 1000, &text).Name(), std::string(row.expected.Name())) << row.name;
-        if (row.expected == Ok) {
-            EXPECT_EQ(std::string(text), row.answer.body) << row.name;
-        }
+        EXPECT_EQ(std::string(text), row.expected == Ok ? row.answer.body : "") << row.name;
         EXPECT_EQ(server.Requests().size(), 1u) << row.name << ": nothing is fetched twice, no redirect followed";
     }
 }
 
 TEST(WebPageReaderWin, RefusedConnectionFails)
 {
-    std::string url;
-    {
-        TestHttpServer server;
-        url = server.Url("/page");
-    }
+    const std::string url = TestHttpServer().Url("/page");
     EXPECT_EQ(ReadToEnd(url, 100), Failure) << "nothing listens on the port any more";
 }
 
