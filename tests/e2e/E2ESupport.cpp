@@ -76,6 +76,8 @@ void Watch(DWORD pid, const Watcher& watcher, RunResult& result, std::vector<HWN
         } else if (answer.buttonId != 0) {
             Press(hwnd, answer.buttonId);
             answered.push_back(hwnd);
+        } else if (answer.handled) {
+            answered.push_back(hwnd);
         }
     }
 }

@@ -18,9 +18,11 @@ struct Window {
 
 // What a watcher does with a window: press a button (by control id), or leave it open for now.
 struct Answer {
-    int buttonId = 0; // 0: not handled yet
+    int buttonId = 0;     // 0: not handled yet
+    bool handled = false; // the watcher has dealt with the window itself (keys, close box)
     static Answer Press(int id) { return Answer{id}; }
     static Answer Wait() { return Answer{0}; }
+    static Answer Handled() { return Answer{0, true}; }
 };
 
 using Watcher = std::function<Answer(const Window&)>;

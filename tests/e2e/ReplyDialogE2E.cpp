@@ -1,0 +1,417 @@
+// The reply dialog of a local script: layout, buttons and keys, the checkbox, single step and script errors.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "DialogE2ESupport.h"
+#include "E2ESupport.h"
+
+using namespace E2E;
+
+namespace {
+
+const int cMessageId = 1001;
+const int cCheckboxId = 1002;
+const int cButtonIds[3] = {1003, 1004, 1005};
+
+// How a test ends the dialog.
+enum class Ending { Button1, Button2, Button3, Enter, Esc, CloseBox };
+
+// The reply dialog as it was on screen.
+struct Shot {
+    bool seen = false;
+    std::string caption;
+    RECT window{};
+    RECT client{};
+    Control message;
+    Control checkbox;
+    Control buttons[3];
+    int focusId = 0;
+};
+
+// What a test does besides capturing and ending the dialog.
+struct RunOptions {
+    Ending ending = Ending::Button1;
+    std::function<void(HWND)> act;   // runs on the open dialog before it is ended
+    int boxAnswer = IDOK;            // the answer to the program's own message boxes
+    std::string extraArgs;
+};
+
+// One run of a script file, with what the user saw.
+struct ScriptRun {
+    RunResult result;
+    Shot shot;
+    std::vector<std::string> boxes; // texts of the message boxes, in order
+    std::string log;
+};
+
+int Width(const RECT& rc) { return rc.right - rc.left; }
+int Height(const RECT& rc) { return rc.bottom - rc.top; }
+
+bool IsReplyDialog(HWND hwnd) { return ::GetDlgItem(hwnd, cMessageId) != nullptr; }
+
+bool IsDefaultButton(const Control& c) { return (c.style & BS_TYPEMASK) == BS_DEFPUSHBUTTON; }
+
+Shot Capture(HWND dlg)
+{
+    Shot s;
+    s.seen = true;
+    s.caption = WindowText(dlg);
+    s.window = WindowRectOf(dlg);
+    s.client = ClientRectOf(dlg);
+    s.message = DialogControl(dlg, cMessageId);
+    s.checkbox = DialogControl(dlg, cCheckboxId);
+    for (int i = 0; i < 3; ++i)
+        s.buttons[i] = DialogControl(dlg, cButtonIds[i]);
+    s.focusId = FocusedControlId(dlg);
+    return s;
+}
+
+void End(HWND dlg, Ending ending)
+{
+    switch (ending) {
+    case Ending::Button1:
+    case Ending::Button2:
+    case Ending::Button3: {
+        int id = cButtonIds[static_cast<int>(ending) - static_cast<int>(Ending::Button1)];
+        ::PostMessageA(dlg, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(::GetDlgItem(dlg, id)));
+        break;
+    }
+    case Ending::Enter: PostKey(dlg, VK_RETURN); break;
+    case Ending::Esc: PostKey(dlg, VK_ESCAPE); break;
+    case Ending::CloseBox: ::PostMessageA(dlg, WM_SYSCOMMAND, SC_CLOSE, 0); break;
+    }
+}
+
+// The value of a variable in the log's "Dumping reply variables" section, or "(unset)".
+std::string ReplyVar(const std::string& log, const std::string& name)
+{
+    size_t begin = log.find("Start: Dumping reply variables {");
+    size_t end = log.find("} End: Dumping reply variables", begin);
+    if (begin == std::string::npos || end == std::string::npos)
+        return "(no dump)";
+    const std::string key = "\t" + name + "\t=\t\"";
+    size_t at = log.find(key, begin);
+    if (at == std::string::npos || at > end)
+        return "(unset)";
+    at += key.size();
+    return log.substr(at, log.find('"', at) - at);
+}
+
+int VisibleButtons(const Shot& s)
+{
+    int n = 0;
+    for (const Control& b : s.buttons)
+        n += b.visible ? 1 : 0;
+    return n;
+}
+
+// Runs the script as a local script job. The reply dialog is captured and then ended as the options say.
+ScriptRun RunScript(const std::string& script, const RunOptions& options = RunOptions())
+{
+    DeleteFileIfAny(LogPath());
+    ScriptRun run;
+    std::string path = WriteTempFile("uw_e2e_reply_script.txt", script);
+    Watcher watcher = [&](const Window& w) {
+        if (IsReplyDialog(w.hwnd)) {
+            if (run.shot.seen)
+                ADD_FAILURE() << "a second reply dialog: " << w.caption;
+            run.shot = Capture(w.hwnd);
+            if (options.act)
+                options.act(w.hwnd);
+            End(w.hwnd, options.ending);
+            return Answer::Handled();
+        }
+        if (w.caption == "UpdateWatch" && !w.text.empty()) {
+            run.boxes.push_back(w.text);
+            return Answer::Press(options.boxAnswer);
+        }
+        return Answer::Press(-1);
+    };
+    run.result = RunUpdateWatch("-s -script \"" + path + "\"" + options.extraArgs, watcher);
+    EXPECT_FALSE(run.result.timedOut) << script;
+    run.log = ReadFile(LogPath());
+    DeleteFileIfAny(path);
+    return run;
+}
+
+// A dialog command followed by the labels its buttons jump to; each label records itself in $pressed.
+std::string WithLabels(const std::string& dialog)
+{
+    return dialog + "\nset $pressed, \"none\"; goto exit;\n"
+                    ":b1 set $pressed, \"b1\"; goto exit;\n"
+                    ":b2 set $pressed, \"b2\"; goto exit;\n"
+                    ":b3 set $pressed, \"b3\";\n";
+}
+
+} // namespace
+
+TEST(ReplyDialogE2E, ButtonRowsAreEqualCentredAndKeepTheirOrder)
+{
+    struct Row {
+        const char* name;
+        const char* buttons;
+        int count;
+        int defaultIndex;
+    };
+    const Row rows[] = {
+        {"one button", "button, \"OK\", b1", 1, 0},
+        {"two buttons", "button, \"Yes\", b1, button, \"No\", b2", 2, 0},
+        {"three buttons, default second", "button, \"A\", b1, button, def, \"B\", b2, button, \"C\", b3", 3, 1},
+        {"three long texts",
+         "button, \"Go\", b1, button, def, \"Download the new version now\", b2, button, close, \"Remind me later\", b3",
+         3, 1},
+    };
+    int shortWidth = 0;
+    for (const Row& row : rows) {
+        ScriptRun run = RunScript(WithLabels("dialog \"Update\", \"A new version is ready.\", " +
+                                             std::string(row.buttons) + ";"));
+        const Shot& s = run.shot;
+        ASSERT_TRUE(s.seen) << row.name;
+        EXPECT_EQ(VisibleButtons(s), row.count) << row.name;
+        const RECT& first = s.buttons[0].rect;
+        const RECT& last = s.buttons[row.count - 1].rect;
+        EXPECT_LE(std::abs(first.left - (s.client.right - last.right)), 1) << row.name << ": row not centred";
+        for (int i = 1; i < row.count; ++i) {
+            EXPECT_EQ(Width(s.buttons[i].rect), Width(first)) << row.name << ": button " << i;
+            EXPECT_EQ(s.buttons[i].rect.top, first.top) << row.name << ": button " << i;
+            EXPECT_EQ(s.buttons[i].rect.left - s.buttons[i - 1].rect.right,
+                      s.buttons[1].rect.left - s.buttons[0].rect.right)
+                << row.name << ": gap before button " << i;
+        }
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(IsDefaultButton(s.buttons[i]), i == row.defaultIndex) << row.name << ": button " << i;
+        EXPECT_EQ(s.focusId, cButtonIds[row.defaultIndex]) << row.name;
+        if (row.count == 3 && shortWidth == 0)
+            shortWidth = Width(first);
+        if (std::string(row.name) == "three long texts") {
+            EXPECT_GT(Width(first), shortWidth) << "the widest text widens every button";
+        }
+    }
+}
+
+TEST(ReplyDialogE2E, WrappedMessageAndMissingCheckboxMoveTheButtons)
+{
+    const std::string buttons = ", button, \"OK\", b1;";
+    const std::string shortText = "dialog \"T\", \"Short.\"";
+    const std::string longText = "dialog \"T\", \"This message is long enough to need several lines in the "
+                                 "dialog, \" \"so the dialog has to grow downward to show all of it.\"";
+    const std::string checkbox = ", checkbox, \"Remind me\", $remind";
+    Shot withBox = RunScript(WithLabels(shortText + checkbox + buttons)).shot;
+    Shot withoutBox = RunScript(WithLabels(shortText + buttons)).shot;
+    Shot wrapped = RunScript(WithLabels(longText + checkbox + buttons)).shot;
+    ASSERT_TRUE(withBox.seen && withoutBox.seen && wrapped.seen);
+
+    EXPECT_TRUE(withBox.checkbox.visible);
+    EXPECT_FALSE(withoutBox.checkbox.visible);
+    int rise = withBox.buttons[0].rect.top - withBox.checkbox.rect.top;
+    EXPECT_GT(rise, 0);
+    EXPECT_EQ(withoutBox.buttons[0].rect.top, withBox.checkbox.rect.top) << "the buttons take the checkbox's place";
+    EXPECT_EQ(Height(withoutBox.window), Height(withBox.window) - rise);
+
+    int growth = Height(wrapped.message.rect) - Height(withBox.message.rect);
+    EXPECT_GT(growth, 0) << "the long message wraps";
+    EXPECT_EQ(wrapped.message.text, "This message is long enough to need several lines in the dialog, so the "
+                                    "dialog has to grow downward to show all of it.");
+    EXPECT_EQ(wrapped.checkbox.rect.top, withBox.checkbox.rect.top + growth);
+    EXPECT_EQ(wrapped.buttons[0].rect.top, withBox.buttons[0].rect.top + growth);
+    EXPECT_EQ(Height(wrapped.window), Height(withBox.window) + growth);
+    EXPECT_EQ(Width(wrapped.window), Width(withBox.window)) << "wrapping never widens";
+}
+
+TEST(ReplyDialogE2E, WidthOptionWidensUnlessTheButtonsNeedMore)
+{
+    const std::string longButtons = ", button, \"Download the new version now\", b1, button, \"Remind me much later\", "
+                                    "b2, button, \"Never ask about this again\", b3;";
+    Shot plain = RunScript(WithLabels("dialog \"T\", \"M\", checkbox, \"C\", $c, button, \"OK\", b1;")).shot;
+    Shot wide = RunScript(WithLabels("dialog \"T\", \"M\", width, 300, checkbox, \"C\", $c, button, \"OK\", b1;")).shot;
+    Shot crowded = RunScript(WithLabels("dialog \"T\", \"M\"" + longButtons)).shot;
+    Shot crowdedNarrow = RunScript(WithLabels("dialog \"T\", \"M\", width, 1" + longButtons)).shot;
+    Shot crowdedWide = RunScript(WithLabels("dialog \"T\", \"M\", width, 400" + longButtons)).shot;
+    ASSERT_TRUE(plain.seen && wide.seen && crowded.seen && crowdedNarrow.seen && crowdedWide.seen);
+
+    int unitX = LOWORD(::GetDialogBaseUnits());
+    int extra300 = ::MulDiv(300, unitX, 4);
+    EXPECT_EQ(Width(wide.window), Width(plain.window) + extra300);
+    EXPECT_EQ(Width(wide.message.rect), Width(plain.message.rect) + extra300);
+    EXPECT_EQ(Width(wide.checkbox.rect), Width(plain.checkbox.rect) + extra300);
+    EXPECT_LE(std::abs(wide.buttons[0].rect.left - (wide.client.right - wide.buttons[0].rect.right)), 1);
+
+    EXPECT_GT(Width(crowded.window), Width(plain.window)) << "the buttons need more than the template";
+    EXPECT_EQ(Width(crowdedNarrow.window), Width(crowded.window)) << "the excess beats a smaller width";
+    EXPECT_EQ(Width(crowdedWide.window), Width(plain.window) + ::MulDiv(400, unitX, 4));
+    EXPECT_EQ(crowded.buttons[0].rect.left, crowded.client.right - crowded.buttons[2].rect.right);
+}
+
+TEST(ReplyDialogE2E, TextsTakeGlobalVariables)
+{
+    ScriptRun run = RunScript(WithLabels("set $who, \"World\";\n"
+                                         "dialog \"Hi <$who>\", \"Hello <$who>\", checkbox, \"Tell <$who>\", $t, "
+                                         "button, \"Go <$who>\", b1;"));
+    ASSERT_TRUE(run.shot.seen);
+    EXPECT_EQ(run.shot.caption, "Hi World");
+    EXPECT_EQ(run.shot.message.text, "Hello World");
+    EXPECT_EQ(run.shot.checkbox.text, "Tell World");
+    EXPECT_EQ(run.shot.buttons[0].text, "Go World");
+}
+
+TEST(ReplyDialogE2E, ThreeButtonsWithCheckboxAsTheUserSeesIt)
+{
+    std::string picture = ArtifactDir() + "\\reply-dialog.bmp";
+    DeleteFileIfAny(picture);
+    RunOptions options;
+    options.act = [&](HWND dlg) {
+        PaintNow(dlg);
+        EXPECT_TRUE(SaveWindowBitmap(dlg, picture));
+    };
+    ScriptRun run = RunScript(WithLabels("set ShowTips, 1;\n"
+                                         "dialog \"Nimbra update\", \"Nimbra 3.2 is available. It reads long formulas "
+                                         "aloud and fixes printing. Download it now?\", checkbox, \"Show tips\", "
+                                         "ShowTips, button, def, \"Download\", b1, button, \"Later\", b2, button, "
+                                         "close, \"Never\", b3;"),
+                              options);
+    ASSERT_TRUE(run.shot.seen);
+    EXPECT_EQ(VisibleButtons(run.shot), 3);
+    EXPECT_TRUE(run.shot.checkbox.visible && run.shot.checkbox.checked);
+    RECT screen = {0, 0, ::GetSystemMetrics(SM_CXSCREEN), ::GetSystemMetrics(SM_CYSCREEN)};
+    EXPECT_EQ(run.shot.window.left, (Width(screen) - Width(run.shot.window)) / 2) << "centred on the screen";
+    EXPECT_EQ(run.shot.window.top, (Height(screen) - Height(run.shot.window)) / 2) << "centred on the screen";
+    EXPECT_GT(CountBitmapColours(picture), 2) << "the picture shows the dialog, not a blank area: " << picture;
+    EXPECT_EQ(ReplyVar(run.log, "$pressed"), "b1");
+}
+
+TEST(ReplyDialogE2E, EachWayOfClosingRunsItsLabel)
+{
+    struct Row {
+        const char* name;
+        const char* dialog;
+        Ending ending;
+        const char* label;
+    };
+    const char* const withClose = "dialog \"T\", \"M\", button, \"One\", b1, button, close, \"Two\", b2, button, "
+                                  "def, \"Three\", b3;";
+    const char* const plain = "dialog \"T\", \"M\", button, \"One\", b1, button, \"Two\", b2, button, \"Three\", b3;";
+    const Row rows[] = {
+        {"first button", withClose, Ending::Button1, "b1"},
+        {"second button", withClose, Ending::Button2, "b2"},
+        {"third button", withClose, Ending::Button3, "b3"},
+        {"Enter: the default button", withClose, Ending::Enter, "b3"},
+        {"Esc: the close button", withClose, Ending::Esc, "b2"},
+        {"close box: the close button", withClose, Ending::CloseBox, "b2"},
+        {"Esc without a close button: the first", plain, Ending::Esc, "b1"},
+        {"Enter without a default button: the first", plain, Ending::Enter, "b1"},
+    };
+    for (const Row& row : rows) {
+        RunOptions options;
+        options.ending = row.ending;
+        ScriptRun run = RunScript(WithLabels(row.dialog), options);
+        EXPECT_TRUE(run.shot.seen) << row.name;
+        EXPECT_TRUE(run.boxes.empty()) << row.name << ": " << (run.boxes.empty() ? "" : run.boxes[0]);
+        EXPECT_EQ(ReplyVar(run.log, "$pressed"), row.label) << row.name;
+    }
+}
+
+TEST(ReplyDialogE2E, DialogWithoutButtonsEndsOnlyWithAnEmptyJump)
+{
+    RunOptions options;
+    options.ending = Ending::Esc;
+    ScriptRun run = RunScript("dialog \"T\", \"Nothing to press.\";\nset $after, \"1\";", options);
+    ASSERT_TRUE(run.shot.seen);
+    EXPECT_EQ(VisibleButtons(run.shot), 0);
+    ASSERT_EQ(run.boxes.size(), 1u);
+    EXPECT_EQ(run.boxes[0].rfind("Script error: \"can't find label () for jump\".\nCurrent token:\n", 0), 0u)
+        << run.boxes[0];
+    EXPECT_EQ(ReplyVar(run.log, "$after"), "(no dump)") << "a failed script dumps nothing";
+}
+
+TEST(ReplyDialogE2E, CheckboxShowsAndStoresItsVariable)
+{
+    struct Row {
+        const char* name;
+        const char* setup;
+        const char* checkbox;
+        const char* variable;
+        bool click;
+        bool shownChecked;
+        const char* stored;
+    };
+    const Row rows[] = {
+        {"set to 1", "set ShowTips, 1;", "ShowTips", "ShowTips", false, true, "1"},
+        {"set to 0, user checks it", "set ShowTips, 0;", "ShowTips", "ShowTips", true, false, "1"},
+        {"set to 1, user clears it", "set ShowTips, 1;", "ShowTips", "ShowTips", true, true, "0"},
+        {"undefined", "", "$tipsUndefined", "$tipsUndefined", false, false, "0"},
+        {"undefined with neg", "", "neg, $tipsUndefined", "$tipsUndefined", false, true, "0"},
+        {"neg, user checks it", "set ShowTips, 1;", "neg, ShowTips", "ShowTips", true, false, "0"},
+        {"neg, set to 0", "set ShowTips, 0;", "neg, ShowTips", "ShowTips", false, true, "0"},
+    };
+    for (const Row& row : rows) {
+        // After the dialog the script reads the stored value back through `if`.
+        std::string script = std::string(row.setup) + "\ndialog \"T\", \"M\", checkbox, \"Tips\", " + row.checkbox +
+                             ", button, \"OK\", done;\ngoto exit;\n:done if " + row.variable +
+                             ", 1, lt, eq, gt;\n:lt set $after, \"0\"; goto exit;\n:eq set $after, \"1\"; goto exit;\n"
+                             ":gt set $after, \"gt\";";
+        RunOptions options;
+        if (row.click)
+            options.act = [](HWND dlg) { ::PostMessageA(::GetDlgItem(dlg, cCheckboxId), BM_CLICK, 0, 0); };
+        ScriptRun run = RunScript(script, options);
+        ASSERT_TRUE(run.shot.seen) << row.name;
+        EXPECT_TRUE(run.shot.checkbox.visible) << row.name;
+        EXPECT_EQ(run.shot.checkbox.checked, row.shownChecked) << row.name;
+        EXPECT_EQ(ReplyVar(run.log, row.variable), row.stored) << row.name;
+        EXPECT_EQ(ReplyVar(run.log, "$after"), row.stored) << row.name << ": the script sees the stored value";
+    }
+}
+
+TEST(ReplyDialogE2E, RefusedDialogOptionsAreScriptErrors)
+{
+    struct Row {
+        const char* name;
+        const char* options;
+        const char* box;
+    };
+    const Row rows[] = {
+        {"second checkbox", "checkbox, \"a\", $a, checkbox, \"b\", $b;",
+         "Script error: \"only one checkbox allowed\".\nCurrent token:\n $b;"},
+        {"fourth button", "button, \"1\", a, button, \"2\", b, button, \"3\", c, button, \"4\", d;",
+         "Script error: \"too many buttons\".\nCurrent token:\n d;"},
+        {"second default", "button, def, \"1\", a, button, def, \"2\", b;",
+         "Script error: \"multiple default buttons\".\nCurrent token:\n b;"},
+        {"second close", "button, close, \"1\", a, button, def, close, \"2\", b;",
+         "Script error: \"multiple close buttons\".\nCurrent token:\n b;"},
+    };
+    for (const Row& row : rows) {
+        ScriptRun run = RunScript("dialog \"T\", \"M\", " + std::string(row.options));
+        EXPECT_FALSE(run.shot.seen) << row.name << ": no dialog after an error";
+        ASSERT_EQ(run.boxes.size(), 1u) << row.name;
+        EXPECT_EQ(run.boxes[0], row.box) << row.name;
+    }
+}
+
+TEST(ReplyDialogE2E, SingleStepAsksBeforeEachCommand)
+{
+    struct Row {
+        const char* name;
+        int answer;
+        size_t boxes;
+        const char* a;
+        const char* b;
+    };
+    const Row rows[] = {
+        {"Yes to every step", IDYES, 3, "1", "2"},
+        {"No at the first step", IDNO, 1, "(unset)", "(unset)"},
+    };
+    for (const Row& row : rows) {
+        RunOptions options;
+        options.boxAnswer = row.answer;
+        options.extraArgs = " -step";
+        ScriptRun run = RunScript("set $a, \"1\"; set $b, \"2\";", options);
+        ASSERT_EQ(run.boxes.size(), row.boxes) << row.name;
+        EXPECT_EQ(run.boxes[0], "Single step:\nRemaining script:\nset $a, \"1\"; set $b,\nDo you want to continue?")
+            << row.name;
+        EXPECT_EQ(ReplyVar(run.log, "$a"), row.a) << row.name;
+        EXPECT_EQ(ReplyVar(run.log, "$b"), row.b) << row.name;
+    }
+}

@@ -1,0 +1,217 @@
+// The version check (-v) as the server sees it: the request parameters in their order, the identity kept in
+// the registry, the non-standard box, and the reply variables stored under UWResult.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+
+#include "ServerE2ESupport.h"
+
+using namespace E2E;
+using OrnTest::HttpAnswer;
+using OrnTest::HttpRequest;
+
+namespace {
+
+const char cCheckArgs[] = "-s -v \"EqTotal=3 PagesTotal=12\"";
+
+class VersionCheckE2E : public VersionServerTest {
+protected:
+    // One check; the parameters the server received.
+    QueryPairs CheckOnce(const std::string& args = cCheckArgs)
+    {
+        std::size_t before = mServer.Requests().size();
+        RunResult r = Run(args);
+        EXPECT_EQ(r.exitCode, 0u) << args;
+        std::vector<HttpRequest> requests = mServer.Requests();
+        EXPECT_EQ(requests.size(), before + 1) << args;
+        return requests.size() > before ? SplitQuery(requests.back().query) : QueryPairs();
+    }
+    std::string Param(const QueryPairs& pairs, const std::string& name)
+    {
+        std::string value;
+        EXPECT_TRUE(FindQueryValue(pairs, name, value)) << name << " not sent";
+        return value;
+    }
+    // The values that depend on the machine, checked for their form only.
+    void ExpectMachineFactForms(const QueryPairs& pairs);
+};
+
+bool AllOf(const std::string& text, int (*isClass)(int))
+{
+    return !text.empty() && std::all_of(text.begin(), text.end(), [isClass](char c) {
+               return isClass(static_cast<unsigned char>(c)) != 0;
+           });
+}
+
+// Decimal numbers joined by dots, as many as given.
+bool IsDotted(const std::string& text, int numbers)
+{
+    std::size_t start = 0;
+    for (int i = 0; i < numbers; ++i) {
+        std::size_t dot = text.find('.', start);
+        bool last = i == numbers - 1;
+        if (last != (dot == std::string::npos))
+            return false;
+        if (!AllOf(text.substr(start, last ? std::string::npos : dot - start), isdigit))
+            return false;
+        start = dot + 1;
+    }
+    return true;
+}
+
+std::string Seconds(long long offset) { return std::to_string(NowSeconds() + offset); }
+
+void VersionCheckE2E::ExpectMachineFactForms(const QueryPairs& pairs)
+{
+    EXPECT_TRUE(IsDotted(Param(pairs, "VR_ProdVer"), 4)) << Param(pairs, "VR_ProdVer");
+    EXPECT_TRUE(IsDotted(Param(pairs, "VR_OSVer"), 2)) << Param(pairs, "VR_OSVer");
+    std::string bits = Param(pairs, "VR_OSBits");
+    EXPECT_TRUE(bits == "32" || bits == "64") << bits;
+    std::string mac = Param(pairs, "VR_MACAddr");
+    EXPECT_TRUE(mac == "none" || (mac.size() == 12 && AllOf(mac, isxdigit))) << mac;
+    EXPECT_FALSE(Param(pairs, "VR_OSLang").empty());
+}
+
+} // namespace
+
+TEST_F(VersionCheckE2E, FullRequestAndStoredReply)
+{
+    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ReplyKey, "Stale", "from an earlier check"));
+    mServer.Enqueue(HttpAnswer::Page("<html><body>[START]\r\nset $greeting, \"hello world\";\r\n"
+                                     "set ShowTips, \"0\";\r\n[END]</body></html>"));
+
+    RunResult r = Run(cCheckArgs);
+    EXPECT_EQ(r.exitCode, 0u);
+    EXPECT_EQ(CountNonStandardBoxes(r), 1);
+    std::string log = Log();
+    EXPECT_TRUE(HasText(log, "Success: Version check\r\n")) << log;
+
+    HttpRequest request = OnlyRequest();
+    EXPECT_EQ(request.method, "GET");
+    EXPECT_EQ(request.path, VersionRequestPath);
+    QueryPairs pairs = SplitQuery(request.query);
+    const std::vector<std::string> order = {
+        "EqTotal",     "PagesTotal", "Notify",   "VR_ShowTips", "VR_LastUW", "VR_LastTip", "VR_AutoUW",
+        "VR_MachTime", "VR_UserTime", "VR_Random", "VR_MACAddr", "VR_OS",     "VR_OSVer",   "VR_OSLang",
+        "VR_OSBits",   "VR_Product", "VR_ProdLang", "VR_ProdVer", "VR_Vendor"};
+    EXPECT_EQ(QueryNames(pairs), order) << request.query;
+
+    struct Row {
+        const char* name;
+        const char* value;
+    };
+    const Row fixed[] = {{"EqTotal", "3"},     {"PagesTotal", "12"}, {"Notify", "X"},      {"VR_ShowTips", "1"},
+                         {"VR_LastUW", "-1"},  {"VR_LastTip", "-1"}, {"VR_AutoUW", "1"},   {"VR_OS", "WIN"},
+                         {"VR_Product", "NBW"}, {"VR_ProdLang", "EN"}, {"VR_Vendor", "VRL"}};
+    for (const Row& row : fixed)
+        EXPECT_EQ(Param(pairs, row.name), row.value) << row.name;
+    ExpectMachineFactForms(pairs);
+    EXPECT_FALSE(HasText(request.query, "ERROR")) << request.query;
+
+    std::vector<std::string> stored = RegValueNames(HKEY_CURRENT_USER, ReplyKey);
+    std::sort(stored.begin(), stored.end());
+    EXPECT_EQ(stored, (std::vector<std::string>{"$greeting", "ShowTips"})) << "the stale value is gone";
+    std::string value;
+    EXPECT_TRUE(ReadRegString(HKEY_CURRENT_USER, ReplyKey, "$greeting", value) && value == "hello world") << value;
+    EXPECT_TRUE(ReadRegString(HKEY_CURRENT_USER, ReplyKey, "ShowTips", value) && value == "0") << value;
+}
+
+TEST_F(VersionCheckE2E, TestParametersFollowTheCoreOnes)
+{
+    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "UWServerTestVer", "5"));
+    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "UWServerScriptId", "script 7"));
+    QueryPairs pairs = CheckOnce();
+    std::vector<std::string> names = QueryNames(pairs);
+    ASSERT_GE(names.size(), 3u);
+    EXPECT_EQ(std::vector<std::string>(names.end() - 3, names.end()),
+              (std::vector<std::string>{"VR_Vendor", "VR_TestVer", "VR_TestScript"}));
+    EXPECT_EQ(Param(pairs, "VR_TestVer"), "5");
+    EXPECT_EQ(Param(pairs, "VR_TestScript"), "script 7");
+}
+
+TEST_F(VersionCheckE2E, LastCheckAndTipComeFromTheRegistry)
+{
+    struct Row {
+        const char* name;
+        std::string lastUpdateWatch; // "" for none
+        const char* lastTip;         // null for none
+        const char* lastUW;
+        const char* sentTip;
+    };
+    const Row rows[] = {
+        {"never checked", "", nullptr, "-1", "-1"},
+        {"36 hours ago", Seconds(-36 * 3600), "7", "1", "7"},
+        {"ten days ago", Seconds(-(10 * 86400 + 3600)), "0", "10", "0"},
+        {"in the future: truncated toward zero", Seconds(3 * 86400 + 12 * 3600), nullptr, "-3", "-1"},
+    };
+    for (const Row& row : rows) {
+        DeleteRegTree(HKEY_CURRENT_USER, CompanyKey);
+        PointAt(ServerHost());
+        if (!row.lastUpdateWatch.empty()) {
+            ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "LastUpdateWatch", row.lastUpdateWatch));
+        }
+        if (row.lastTip) {
+            ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "LastTip", row.lastTip));
+        }
+        QueryPairs pairs = CheckOnce();
+        EXPECT_EQ(Param(pairs, "VR_LastUW"), row.lastUW) << row.name;
+        EXPECT_EQ(Param(pairs, "VR_LastTip"), row.sentTip) << row.name;
+    }
+}
+
+TEST_F(VersionCheckE2E, UserTimeIsFixedOnTheFirstCheckAndRepeated)
+{
+    long long before = NowSeconds();
+    QueryPairs first = CheckOnce();
+    long long after = NowSeconds();
+    std::string userTime = Param(first, "VR_UserTime");
+    ASSERT_TRUE(AllOf(userTime, isdigit)) << userTime;
+    EXPECT_GE(std::stoll(userTime), before);
+    EXPECT_LE(std::stoll(userTime), after);
+    std::string stored;
+    EXPECT_TRUE(ReadRegString(HKEY_CURRENT_USER, CompanyKey, "UserTime", stored) && stored == userTime) << stored;
+    // Without the machine key there is nothing to read the machine's identity from.
+    EXPECT_EQ(Param(first, "VR_Random"), "1");
+    EXPECT_EQ(Param(first, "VR_MachTime"), "1");
+    EXPECT_FALSE(RegKeyExists(HKEY_LOCAL_MACHINE, CompanyKey)) << "a check does not create the machine key";
+
+    QueryPairs second = CheckOnce();
+    EXPECT_EQ(Param(second, "VR_UserTime"), userTime);
+}
+
+TEST_F(VersionCheckE2E, MachineIdentityIsReadButNeverWrittenByACheck)
+{
+    ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "Unrelated", "keeps the key"));
+    long long before = NowSeconds();
+    QueryPairs fresh = CheckOnce();
+    EXPECT_TRUE(AllOf(Param(fresh, "VR_Random"), isdigit)) << Param(fresh, "VR_Random");
+    std::string machTime = Param(fresh, "VR_MachTime");
+    ASSERT_TRUE(AllOf(machTime, isdigit)) << machTime;
+    EXPECT_GE(std::stoll(machTime), before);
+    std::string value;
+    EXPECT_FALSE(ReadRegString(HKEY_LOCAL_MACHINE, CompanyKey, "Random", value)) << value;
+    EXPECT_FALSE(ReadRegString(HKEY_LOCAL_MACHINE, CompanyKey, "MachTime", value)) << value;
+
+    ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "Random", "424242"));
+    ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "MachTime", "1600000000"));
+    QueryPairs stored = CheckOnce();
+    EXPECT_EQ(Param(stored, "VR_Random"), "424242");
+    EXPECT_EQ(Param(stored, "VR_MachTime"), "1600000000");
+}
+
+TEST_F(VersionCheckE2E, NonStandardBoxWaitsWhileTheRequestIsOut)
+{
+    bool requestWhileBoxOpen = false;
+    int boxes = 0;
+    RunResult r = RunUpdateWatch(cCheckArgs, [&](const Window& w) {
+        if (w.caption != NonStandardCaption || w.text != NonStandardText)
+            return Answer::Press(-1);
+        ++boxes;
+        requestWhileBoxOpen = mServer.WaitForRequests(1, 10000);
+        return Answer::Press(IDOK);
+    });
+    EXPECT_EQ(r.exitCode, 0u);
+    EXPECT_EQ(boxes, 1) << "shown even with -s";
+    EXPECT_TRUE(requestWhileBoxOpen) << "the read starts before the box";
+}

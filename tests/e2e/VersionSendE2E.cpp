@@ -1,0 +1,258 @@
+// The version send (-vsend): what a parameter file puts on the wire, where the reply goes, and how each fault
+// of the server or the network ends the run.
+#include <gtest/gtest.h>
+
+#include "ServerE2ESupport.h"
+#include "Status.h"
+
+using namespace E2E;
+using OrnTest::HttpAnswer;
+using OrnTest::HttpRequest;
+
+namespace {
+
+// Known product parameters only: an unknown name is an assertion, which ends the product.
+const char cSmallParams[] = "EqTotal=1\r\nPagesTotal=2\r\n";
+
+class VersionSendE2E : public VersionServerTest {};
+
+// "-s -vsend PARAMS -out OUT -norun": the order in which both options are seen.
+std::string SendArgs(const TempFile& params, const TempPath& out)
+{
+    return "-s -vsend " + params.Arg() + " -out " + out.Arg() + " -norun";
+}
+
+// The log of a send that failed on the status with that name.
+void ExpectFailedSend(const std::string& log, const char* statusName, Orn::RStatus status, const std::string& row)
+{
+    EXPECT_TRUE(HasText(log, StatusFailureLine(statusName, status.Word(), "Do version check") + "\r\n"))
+        << row << "\n" << log;
+    EXPECT_TRUE(HasText(log, "Failure: Version send\r\n")) << row;
+    EXPECT_TRUE(HasText(log, "Exit code = 'exitBadUpdateWatch' (3).\r\n")) << row;
+}
+
+} // namespace
+
+TEST_F(VersionSendE2E, ParameterFileBecomesTheQueryInItsOrder)
+{
+    // CR LF line ends as a tester's editor writes them; a later line replaces an earlier value in place.
+    TempFile params("uw_send_order.txt", "EqTotal=1\r\n"
+                                         "=no name\r\n"
+                                         "a line without the sign\r\n"
+                                         "\r\n"
+                                         "PagesTotal=7\r\n"
+                                         "EqTotal=2\r\n"
+                                         "Notify=a b&c=d\r\n"
+                                         "MathZoom=\r\n"
+                                         "SunJVMVer=1.8.0_25~x/y\r\n"
+                                         "IEVer=11.0");
+    TempPath out("uw_send_order.out");
+    mServer.Enqueue(HttpAnswer::Page("ignored[START]ok[END]"));
+
+    RunResult r = Run(SendArgs(params, out));
+    EXPECT_EQ(r.exitCode, 0u);
+    HttpRequest request = OnlyRequest();
+    EXPECT_EQ(request.method, "GET");
+    EXPECT_EQ(request.path, VersionRequestPath);
+    EXPECT_EQ(request.query, "EqTotal=2&PagesTotal=7&Notify=a+b%26c%3Dd&MathZoom=&SunJVMVer=1.8.0_25%7Ex%2Fy"
+                             "&IEVer=11.0")
+        << "only the file's parameters, strictly form-encoded";
+    EXPECT_EQ(request.Header("User-Agent"), "VRL Version Checker");
+    std::string log = Log();
+    EXPECT_TRUE(HasText(log, "Success: Version send\r\n")) << log;
+    EXPECT_FALSE(HasText(log, "Dumping variables set by version script")) << "-norun does not run the reply";
+    EXPECT_EQ(CountNonStandardBoxes(r), 1);
+}
+
+TEST_F(VersionSendE2E, ReplyIsWrittenWithWindowsLineEnds)
+{
+    struct Row {
+        const char* name;
+        std::string page;
+        std::string written;
+    };
+    std::string highBytes;
+    for (int c = 1; c < 256; ++c)
+        if (c != '\n' && c != '\r')
+            highBytes += static_cast<char>(c);
+    const Row rows[] = {
+        {"envelope cut", "<html>[START]line one\r\nline two\n[END]</html>", "line one\r\nline two\r\n"},
+        {"no markers: the uncut text", "set $a, 1;\nplain\n", "set $a, 1;\r\nplain\r\n"},
+        {"start marker only", "head[START]tail\n", "tail\r\n"},
+        {"exactly the page limit", std::string(10000, 'x'), std::string(10000, 'x')},
+        {"every byte but NUL and line ends", highBytes, highBytes},
+    };
+    TempFile params("uw_send_reply.txt", cSmallParams);
+    for (const Row& row : rows) {
+        TempPath out("uw_send_reply.out");
+        DeleteFileIfAny(LogPath());
+        mServer.Enqueue(HttpAnswer::Page(row.page));
+        RunResult r = Run(SendArgs(params, out));
+        EXPECT_EQ(r.exitCode, 0u) << row.name;
+        EXPECT_TRUE(HasText(Log(), "Success: Version send\r\n")) << row.name;
+        ASSERT_TRUE(FileExists(out.Path())) << row.name;
+        EXPECT_TRUE(ReadFile(out.Path()) == row.written) << row.name;
+    }
+}
+
+TEST_F(VersionSendE2E, NorunBeforeOutHidesTheOutputOption)
+{
+    TempFile params("uw_send_norun.txt", cSmallParams);
+    TempPath out("uw_send_norun.out");
+    mServer.Enqueue(HttpAnswer::Page("[START]set $x, \"1\";[END]"));
+
+    RunResult r = Run("-s -vsend " + params.Arg() + " -norun -out " + out.Arg());
+    EXPECT_EQ(r.exitCode, 0u);
+    EXPECT_EQ(mServer.Requests().size(), 1u);
+    EXPECT_FALSE(FileExists(out.Path())) << "-out after -norun is never read";
+    std::string log = Log();
+    EXPECT_TRUE(HasText(log, "Success: Version send\r\n")) << log;
+    EXPECT_FALSE(HasText(log, "Dumping variables set by version script")) << log;
+}
+
+TEST_F(VersionSendE2E, WithoutNorunTheReplyRunsAndIsDumpedButNotStored)
+{
+    TempFile params("uw_send_run.txt", cSmallParams);
+    TempPath out("uw_send_run.out");
+    mServer.Enqueue(HttpAnswer::Page("[START]set $answer, \"42\";[END]"));
+
+    RunResult r = Run("-s -vsend " + params.Arg() + " -out " + out.Arg());
+    EXPECT_EQ(r.exitCode, 0u);
+    std::string log = Log();
+    EXPECT_TRUE(HasText(log, "Start: Dumping variables set by version script {\r\n")) << log;
+    EXPECT_TRUE(HasText(log, "$answer\t=\t\"42\"\r\n")) << log;
+    EXPECT_TRUE(HasText(log, "Success: Version send\r\n")) << log;
+    EXPECT_EQ(ReadFile(out.Path()), "set $answer, \"42\";");
+    EXPECT_FALSE(RegKeyExists(HKEY_CURRENT_USER, ReplyKey)) << "only the version check stores a reply";
+}
+
+TEST_F(VersionSendE2E, LongURLsGoAsPOSTWithTheQueryAsBody)
+{
+    struct Row {
+        std::size_t urlLength;
+        const char* method;
+    };
+    const Row rows[] = {{2000, "GET"}, {2001, "POST"}, {2600, "POST"}};
+    const std::string prefix = "http://" + ServerHost() + VersionRequestPath + "?SunJVMVer=";
+    std::size_t requestsBefore = 0;
+    for (const Row& row : rows) {
+        std::string value(row.urlLength - prefix.size(), 'v');
+        TempFile params("uw_send_long.txt", "SunJVMVer=" + value + "\r\n");
+        TempPath out("uw_send_long.out");
+        RunResult r = Run(SendArgs(params, out));
+        EXPECT_EQ(r.exitCode, 0u) << row.urlLength;
+
+        std::vector<HttpRequest> requests = mServer.Requests();
+        ASSERT_EQ(requests.size(), ++requestsBefore) << row.urlLength;
+        const HttpRequest& request = requests.back();
+        EXPECT_EQ(request.method, row.method) << row.urlLength;
+        EXPECT_EQ(request.path, VersionRequestPath) << row.urlLength;
+        const std::string& sent = request.method == "POST" ? request.body : request.query;
+        EXPECT_TRUE(sent == "SunJVMVer=" + value) << row.urlLength << ": " << request.method;
+        if (request.method == "POST") {
+            EXPECT_EQ(request.query, "") << row.urlLength;
+            EXPECT_EQ(request.Header("Content-Type"), "application/x-www-form-urlencoded") << row.urlLength;
+        }
+    }
+}
+
+TEST_F(VersionSendE2E, FaultsEndTheSendWithTheirStatus)
+{
+    struct Row {
+        const char* name;
+        HttpAnswer answer;
+        const char* statusName;
+        Orn::RStatus status;
+    };
+    std::string garbage(300, '\0');
+    for (std::size_t i = 0; i < garbage.size(); ++i)
+        garbage[i] = static_cast<char>((i * 37 + 11) & 0xFF);
+    const Row rows[] = {
+        {"404", HttpAnswer::Page("gone", 404), "E_NotFound", Orn::E_NotFound},
+        {"500", HttpAnswer::Page("[START]set $a, 1;[END]", 500), "E_InternetBadHTTPStatus",
+         Orn::E_InternetBadHTTPStatus},
+        {"redirect", HttpAnswer::Redirect(mServer.Url(VersionRequestPath)), "E_InternetBadHTTPStatus",
+         Orn::E_InternetBadHTTPStatus},
+        {"one byte over the limit", HttpAnswer::Oversized(10001), "E_TooMuchData", Orn::E_TooMuchData},
+        {"binary with NUL", HttpAnswer::Page(garbage, 200, "application/octet-stream"), "E_InternetResourceNotText",
+         Orn::E_InternetResourceNotText},
+        {"reset mid-body", HttpAnswer::ResetMidBody(std::string(4000, 'r'), 1000), "Failure", Orn::Failure},
+        {"closed mid-body", HttpAnswer::CloseMidBody(std::string(4000, 'c'), 1000), "Failure", Orn::Failure},
+        {"closed without an answer", HttpAnswer::CloseWithoutAnswer(), "Failure", Orn::Failure},
+    };
+    TempFile params("uw_send_fault.txt", cSmallParams);
+    std::size_t requests = 0;
+    for (const Row& row : rows) {
+        TempPath out("uw_send_fault.out");
+        DeleteFileIfAny(LogPath());
+        mServer.Enqueue(row.answer);
+        RunResult r = Run(SendArgs(params, out));
+        EXPECT_EQ(r.exitCode, 3u) << row.name;
+        EXPECT_EQ(mServer.Requests().size(), ++requests) << row.name << ": exactly one request, nothing followed";
+        ExpectFailedSend(Log(), row.statusName, row.status, row.name);
+        EXPECT_FALSE(FileExists(out.Path())) << row.name << ": a failed send writes no reply";
+        EXPECT_EQ(CountNonStandardBoxes(r), 1) << row.name;
+    }
+}
+
+TEST_F(VersionSendE2E, RefusedConnectionFails)
+{
+    unsigned short deadPort = 0;
+    {
+        OrnTest::TestHttpServer gone;
+        deadPort = gone.Port();
+    }
+    PointAt("127.0.0.1:" + std::to_string(deadPort));
+    TempFile params("uw_send_refused.txt", cSmallParams);
+    TempPath out("uw_send_refused.out");
+
+    RunResult r = Run(SendArgs(params, out));
+    EXPECT_EQ(r.exitCode, 3u);
+    ExpectFailedSend(Log(), "Failure", Orn::Failure, "refused");
+    EXPECT_FALSE(FileExists(out.Path()));
+}
+
+TEST_F(VersionSendE2E, SilentServerTimesOut)
+{
+    mServer.Enqueue(HttpAnswer::NeverAnswer());
+    TempFile params("uw_send_silent.txt", cSmallParams);
+    TempPath out("uw_send_silent.out");
+
+    RunResult r = Run(SendArgs(params, out), 90000);
+    EXPECT_FALSE(r.timedOut);
+    EXPECT_EQ(r.exitCode, 3u);
+    EXPECT_EQ(mServer.Requests().size(), 1u);
+    ExpectFailedSend(Log(), "E_Timeout", Orn::E_Timeout, "never answers");
+}
+
+TEST_F(VersionSendE2E, UnopenableParameterFileFailsWithoutARequest)
+{
+    struct Row {
+        const char* options;
+        const char* logged;
+        std::size_t boxes;
+    };
+    const Row rows[] = {{"-s ", "MessageDialog (suppressed due to -s option):\r\n", 0},
+                        {"", "MessageDialog: displayed\r\n", 1}};
+    TempPath missing("uw_send_missing_params.txt");
+    const std::string message = "Can't open version params file (" + missing.Path() + ").";
+    for (const Row& row : rows) {
+        DeleteFileIfAny(LogPath());
+        std::vector<std::string> boxTexts;
+        RunResult r = RunUpdateWatch(row.options + std::string("-vsend ") + missing.Arg() + " -norun",
+                                     [&boxTexts](const Window& w) {
+                                         boxTexts.push_back(w.text);
+                                         return Answer::Press(w.caption == "UpdateWatch" ? IDOK : -1);
+                                     });
+        EXPECT_EQ(r.exitCode, 3u) << row.options;
+        ASSERT_EQ(boxTexts.size(), row.boxes) << row.options;
+        if (row.boxes) {
+            EXPECT_EQ(boxTexts[0].rfind(message, 0), 0u) << boxTexts[0];
+        }
+        std::string log = Log();
+        EXPECT_TRUE(HasText(log, row.logged + message + "\r\n")) << log;
+        EXPECT_TRUE(HasText(log, "Failure: Version send\r\n")) << log;
+        EXPECT_TRUE(HasText(log, "Exit code = 'exitBadUpdateWatch' (3).\r\n")) << log;
+    }
+    EXPECT_TRUE(mServer.Requests().empty());
+}
