@@ -68,7 +68,7 @@ bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* ov
     CUpdateWatcher watcher(cAppVarNames);
     RStatus status;
     CString url;
-    // The client reports the version it installs: its own product version.
+    // Deliberately the program's own product version (the version it installs), not the installed one.
     (void)watcher.CheckWithTimeout(status, true, "NBW", mOwnProductVersion, "EN", appVars, replyPage, url,
                                    overrideVars, overrideOnly, cTimeoutSeconds);
     bool ok = StatusStepResult(status, "Do version check");
@@ -114,7 +114,9 @@ bool CUpdateWatchApp::CheckWithAppVars(const char* appVarsText, const char* over
     CVarList replyVars;
     if (!RunScript(reply, replyVars))
         return false;
-    return StepResult(StoreReply(replyVars), "Store reply variables", true);
+    // The script has run and the check has done its work: a failed store is logged, not a failed check.
+    StepResult(StoreReply(replyVars), "Store reply variables", true);
+    return true;
 }
 
 void CUpdateWatchApp::RunScriptFile(const char* path)

@@ -1,6 +1,8 @@
 // The application's log: opening and closing it, step results, message dialogs.
 #include <windows.h>
 
+#include <new>
+
 #include "Debug.h"
 #include "FileSystem.h"
 #include "Time.h"
@@ -25,8 +27,9 @@ void CUpdateWatchApp::LogFormat(const char* format, ...)
 bool CUpdateWatchApp::OpenLog(const char* filename, bool fixedName)
 {
     CloseLog();
-    mLog.reset(new CLogStream(filename, fixedName));
-    ORN_ASSERT(mLog);
+    mLog.reset(new (std::nothrow) CLogStream(filename, fixedName));
+    if (!mLog)
+        ORN_ASSERT_MSG("LogStream");
     if (!Log())
         return false;
     CString now;

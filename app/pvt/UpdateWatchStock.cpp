@@ -30,10 +30,11 @@ bool CUpdateWatchApp::GetOwnVersion()
     if (!StatusStepResult(exe.Append("UpdateWatch.exe"), "Append 'UpdateWatch'", true))
         return false;
     CFileVersionInfo fvi;
-    bool ok = CVersion::GetVersionInfo(exe.Chars(), fvi) && fvi.mProductVersion.IsValid();
-    if (!StepResult(ok, "Get UpdateWatch's product version.", true))
+    // Only the reading can fail the step; a version text that does not parse is logged as it is.
+    if (!StepResult(CVersion::GetVersionInfo(exe.Chars(), fvi), "Get UpdateWatch's product version.", true))
         return false;
-    mOwnProductVersion = fvi.mProductVersion;
+    if (fvi.mProductVersion.IsValid())
+        mOwnProductVersion = fvi.mProductVersion;
     mOwnProductVersionText = fvi.mProductVersionStr;
     LogFormat("The version of Nimbra currently being installed (UpdateWatch's product version) = '%s'.\n",
               mOwnProductVersionText.Chars());

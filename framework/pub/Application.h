@@ -66,7 +66,7 @@ public:
     const CString& Name() const { return mName; }
     const CString& CommandLineText() const { return mCmdLine; }
 
-    void ReportMessage(bool flag, const char* format, ...);
+    void ReportMessage(bool flag, const char* msg, ...);
     virtual void VReportMessage(bool flag, const char* format, va_list args);
     virtual void HandleException(RStatus status);
     virtual void HandleUnknownException();

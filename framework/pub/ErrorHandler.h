@@ -8,6 +8,8 @@
 
 namespace Orn {
 
+class CStream;
+
 // Message types of the options word.
 enum : DWord {
     errOK = 0x00000000,
@@ -29,8 +31,10 @@ public:
     // Formats and delivers a message.
     virtual void Report(const char* msg, DWord options);
 
-    // Sources being read: the innermost one's name and line are what "ErrFile" and "ErrLine" show.
+    // Sources being read: the innermost one's name and line are what "ErrFile" and "ErrLine" show. A source
+    // pushed as a stream is named by the stream (a file stream by its path).
     void PushSource(const char* name);
+    void PushSource(const CStream& stream);
     void PopSource();
     void NextLine();
     bool HasSource() const { return !mSources.empty(); }
@@ -53,10 +57,16 @@ protected:
     virtual Int SubstituteGlobals(CString& text) const;
 
 private:
+    // A name or the stream it is read from, as isStream says.
     struct Source {
         CString name;
+        const CStream* stream;
+        bool isStream;
         Int line;
     };
+    static CString SourceName(const Source& source);
+    // The banner's "<msg>" item filled with the message.
+    static void FillBanner(CString& banner, const char* msg);
     struct Counter {
         CString name;
         Int count;
@@ -76,8 +86,6 @@ CErrorHandler& CurrentErrorHandler();
 // Installs a handler (null restores the default) and returns the previous one.
 CErrorHandler* SetErrorHandler(CErrorHandler* handler);
 
-class CStream;
-
 // One error report as data, so it can be written to a stream and shown later or elsewhere.
 struct CErrorData {
     CString message;
@@ -95,6 +103,14 @@ bool ReadErrorData(CStream& stream, CErrorData& data);
 class CErrorSourceScope {
 public:
     explicit CErrorSourceScope(const char* name) { CurrentErrorHandler().PushSource(name); }
+    // Named by name when there is one, else by the stream.
+    CErrorSourceScope(const char* name, const CStream& stream)
+    {
+        if (name)
+            CurrentErrorHandler().PushSource(name);
+        else
+            CurrentErrorHandler().PushSource(stream);
+    }
     ~CErrorSourceScope() { CurrentErrorHandler().PopSource(); }
     CErrorSourceScope(const CErrorSourceScope&) = delete;
     CErrorSourceScope& operator=(const CErrorSourceScope&) = delete;

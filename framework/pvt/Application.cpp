@@ -55,14 +55,14 @@ CApplication::~CApplication()
 
 CApplication* CApplication::Get() { return cApp; }
 
-void CApplication::ReportMessage(bool flag, const char* format, ...)
+void CApplication::ReportMessage(bool flag, const char* msg, ...)
 {
-    ORN_ASSERT(format);
-    if (!format)
+    ORN_ASSERT(msg);
+    if (!msg)
         return;
     va_list args;
-    va_start(args, format);
-    VReportMessage(flag, format, args);
+    va_start(args, msg);
+    VReportMessage(flag, msg, args);
     va_end(args);
 }
 

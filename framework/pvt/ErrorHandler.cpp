@@ -2,6 +2,7 @@
 #include "ErrorHandler.h"
 
 #include "Debug.h"
+#include "FileStream.h"
 
 namespace Orn {
 
@@ -21,12 +22,12 @@ Int CErrorHandler::FormatMessage(const char* msg, DWord options, CString& out)
     DWord type = options & errTYPE_MASK;
     if (type == errERROR || type == errWARNING || type == errINFO) {
         out = GetBanner(3 + static_cast<Int>((type >> 16) - 1));
-        out.Replace("<msg>", msg);
+        FillBanner(out, msg);
     } else {
         out = msg;
     }
     if (!mSources.empty())
-        SubstituteItems(out, mSources.back().name, mSources.back().line);
+        SubstituteItems(out, SourceName(mSources.back()), mSources.back().line);
     return SubstituteGlobals(out);
 }
 
@@ -52,7 +53,17 @@ void CErrorHandler::Deliver(const CString& text, DWord)
     DebugOutput("\n");
 }
 
-void CErrorHandler::PushSource(const char* name) { mSources.push_back({name ? name : "", 0}); }
+void CErrorHandler::PushSource(const char* name) { mSources.push_back({name ? name : "", nullptr, false, 0}); }
+
+void CErrorHandler::PushSource(const CStream& stream) { mSources.push_back({"", &stream, true, 0}); }
+
+CString CErrorHandler::SourceName(const Source& source)
+{
+    if (!source.isStream)
+        return source.name;
+    const auto* file = dynamic_cast<const CFileStream*>(source.stream);
+    return file ? file->Path() : CString();
+}
 
 void CErrorHandler::PopSource()
 {

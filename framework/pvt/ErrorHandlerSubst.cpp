@@ -1,4 +1,5 @@
-// The error handler's substitution steps: the source position items, then the global variables.
+// The error handler's substitution steps: the banner's message, the source position items, then the global
+// variables.
 #include "ErrorHandler.h"
 
 #include "Format.h"
@@ -13,6 +14,13 @@ void CErrorHandler::SubstituteItems(CString& text, const char* file, Int line) c
     fmt.Item("ErrFile", file ? file : "");
     fmt.Item("ErrLine", line);
     text = fmt.Text();
+}
+
+void CErrorHandler::FillBanner(CString& banner, const char* msg)
+{
+    CFormat fmt(banner, nullptr, fmtNoGlobals);
+    fmt.Item("msg", msg);
+    banner = fmt.Text();
 }
 
 Int CErrorHandler::SubstituteGlobals(CString& text) const { return GlobalVars.Substitute(text, "<>"); }

@@ -151,7 +151,7 @@ bool CRegScript::Fail(const char* format, ...)
 
 bool RunRegistryScript(CStream& stream, bool substituteGlobals, const CVarList* extraVariables, const char* sourceName)
 {
-    CErrorSourceScope source(sourceName);
+    CErrorSourceScope source(sourceName, stream);
     CRegScript script(substituteGlobals, extraVariables);
     return script.Run(stream);
 }

@@ -215,6 +215,7 @@ RStatus WaitForRead(IReadWait& read, DWord startTick, Int timeout)
         // Unsigned difference, so a tick count that wraps around during the wait still measures right.
         if (read.TickCount() - startTick >= limitMs)
             return E_Timeout;
+        // Wakes early when the read ends, rather than sleeping out the whole interval.
         read.Wait(PollIntervalMs);
         status = read.Poll();
     }

@@ -279,6 +279,7 @@ void CVersionScriptInterpreter::StoreVariable(const char* name, const char* valu
 
 void CVersionScriptInterpreter::SetVariable(const char* name, const char* value)
 {
+    // Nothing is stored after a script error, so a checkbox whose button failed to jump stays unwritten.
     if (ErrorPending())
         return;
     try {

@@ -3,15 +3,12 @@
 
 #include <vector>
 
+#include "FileSystem.h"
 #include "VersionPlatform.h"
 
 namespace Orn::VersionPlatform {
 
-bool FileExists(const char* path)
-{
-    DWORD attributes = ::GetFileAttributesA(path);
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-}
+bool FileExists(const char* path) { return CLocalFileSystem::Get().GetEntryKind(CPath(path)) == S_FSIsFile; }
 
 bool ReadResourceValue(const char* path, const char* valueName, CString& value)
 {

@@ -43,12 +43,12 @@ protected:
     }
 
     // Runs a local script job, which needs no server: "-s [-verbose] -script <file>".
-    std::string RunAndReadLog(const std::string& options)
+    std::string RunAndReadLog(const std::string& options, const std::string& program = ProgramPath())
     {
         std::string script = TempFile("uw_log_e2e.txt");
         WriteFile(script, "set $done, 1;\n");
         std::string args = options + " -script \"" + script + "\"";
-        RunResult r = RunUpdateWatch(args);
+        RunResult r = RunProgram(program, args);
         DeleteFileIfAny(script);
         EXPECT_FALSE(r.timedOut);
         EXPECT_TRUE(FileExists(LogPath())) << args;
@@ -57,6 +57,27 @@ protected:
 };
 
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+std::string Utf16(const std::string& ascii)
+{
+    std::string wide;
+    for (char c : ascii)
+        wide += std::string{c, '\0'};
+    return wide;
+}
+
+// Overwrites the program file's product version text ("3.1 (yyyymmdd)") with one of the same length.
+bool ReplaceProductVersion(const std::string& program, const std::string& text)
+{
+    std::string bytes = ReadFile(program);
+    size_t at = bytes.find(Utf16("ProductVersion"));
+    at = at == std::string::npos ? at : bytes.find(Utf16("3.1 ("), at);
+    if (at == std::string::npos || text.size() != 14)
+        return false;
+    bytes.replace(at, 28, Utf16(text));
+    WriteFile(program, bytes);
+    return true;
+}
 
 int Count(const std::string& text, const std::string& part)
 {
@@ -139,4 +160,15 @@ TEST_F(LogE2E, InstalledProductIsReportedWithItsVersion)
                               "\tNimbra already installed.\r\n"))
         << log;
     EXPECT_TRUE(Contains(log, "(error count = 0)")) << log;
+}
+
+TEST_F(LogE2E, ProductVersionThatDoesNotParseIsLoggedAndTheJobRuns)
+{
+    ScratchInstall install("oddversion");
+    install.CopyConfig();
+    ASSERT_TRUE(ReplaceProductVersion(install.Program(), "unknown build!"));
+    std::string log = RunAndReadLog("-s", install.Program());
+    EXPECT_TRUE(Contains(log, "(UpdateWatch's product version) = 'unknown build!'.\r\n")) << log;
+    EXPECT_TRUE(Contains(log, "Start: Dumping reply variables {")) << log;
+    EXPECT_TRUE(Contains(log, "(error count = 1)")) << "only the missing CLSID key fails: " << log;
 }

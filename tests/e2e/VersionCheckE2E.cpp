@@ -117,6 +117,30 @@ TEST_F(VersionCheckE2E, FullRequestAndStoredReply)
     EXPECT_TRUE(ReadRegString(HKEY_CURRENT_USER, ReplyKey, "ShowTips", value) && value == "0") << value;
 }
 
+TEST_F(VersionCheckE2E, ReplyThatCannotBeStoredStillEndsTheCheckWell)
+{
+    // A UWResult key that nobody may open or delete: the store fails.
+    HKEY key = nullptr;
+    ASSERT_EQ(::RegCreateKeyExA(HKEY_CURRENT_USER, ReplyKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+              ERROR_SUCCESS);
+    SECURITY_DESCRIPTOR denyAll;
+    ACL emptyAcl;
+    ::InitializeSecurityDescriptor(&denyAll, SECURITY_DESCRIPTOR_REVISION);
+    ::InitializeAcl(&emptyAcl, sizeof emptyAcl, ACL_REVISION);
+    ::SetSecurityDescriptorDacl(&denyAll, TRUE, &emptyAcl, FALSE);
+    LONG secured = ::RegSetKeySecurity(key, DACL_SECURITY_INFORMATION, &denyAll);
+    ::RegCloseKey(key);
+    mServer.Enqueue(HttpAnswer::Page("[START]set $greeting, \"hello\";[END]"));
+
+    RunResult r = Run(cCheckArgs);
+    ::RegDeleteKeyA(HKEY_CURRENT_USER, ReplyKey); // the tree deletion of the clean-up cannot open it
+    ASSERT_EQ(secured, ERROR_SUCCESS);
+    EXPECT_EQ(r.exitCode, 0u);
+    std::string log = Log();
+    EXPECT_TRUE(HasText(log, "Failure: Store reply variables\r\n")) << log;
+    EXPECT_TRUE(HasText(log, "Success: Version check\r\n")) << log;
+}
+
 TEST_F(VersionCheckE2E, TestParametersFollowTheCoreOnes)
 {
     ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "UWServerTestVer", "5"));

@@ -71,6 +71,8 @@ TEST(ApplicationWin, DefaultUsageAndConfigName)
     OrnTest::AssertRecorder rec;
     EXPECT_FALSE(app->GetConfigPath(path));
     EXPECT_ASSERTED(rec, "AppGetVariable(\"MajVersion\",majorString)");
+    app->ReportMessage(false, nullptr);
+    EXPECT_ASSERTED(rec, "msg");
     GlobalVars.Remove("ShortAppKey");
     CGlobalDeleteList::DeleteAll();
 }

@@ -1,8 +1,11 @@
 // The error handler's banners, its two stacks, the ignoring variant and the current-handler switch.
 #include "ErrorHandler.h"
 
+#include <cstdio>
 #include <string>
 
+#include "FileStream.h"
+#include "MemStream.h"
 #include "TestSupport.h"
 
 using namespace Orn;
@@ -44,6 +47,16 @@ TEST(ErrorHandler, MessageTypesChooseTheBanner)
     }
 }
 
+TEST(ErrorHandler, BannerTakesTheMessageAsATemplateItem)
+{
+    class Framed : public Capture {
+    protected:
+        CString GetBanner(Int) const override { return "[<msg:6>] <msg>"; }
+    } handler;
+    handler.Report("ab", errWARNING);
+    EXPECT_EQ(handler.delivered, "[    ab] ab");
+}
+
 TEST(ErrorHandler, NullMessageAsserts)
 {
     OrnTest::AssertRecorder rec;
@@ -56,8 +69,10 @@ TEST(ErrorHandler, NullMessageAsserts)
 
 TEST(ErrorHandler, InnermostSourceGivesFileAndLine)
 {
+    std::string path = OrnTest::TempPath("eh_outer.txt");
+    CFileStream outer(path.c_str(), smWrite | fsmCreate);
     Capture handler;
-    handler.PushSource("outer.txt");
+    handler.PushSource(outer);
     handler.NextLine();
     handler.PushSource("inner.txt");
     handler.NextLine();
@@ -67,9 +82,16 @@ TEST(ErrorHandler, InnermostSourceGivesFileAndLine)
     EXPECT_EQ(handler.delivered, "inner.txt#3");
     handler.PopSource();
     handler.Report("<ErrFile>#<ErrLine>", errOK);
-    EXPECT_EQ(handler.delivered, "outer.txt#1");
+    EXPECT_EQ(handler.delivered, path + "#1") << "a file stream is named by its path";
+    CMemStream memory;
+    handler.PushSource(memory);
+    handler.Report("<ErrFile>#<ErrLine>", errOK);
+    EXPECT_EQ(handler.delivered, "#0");
+    handler.PopSource();
     handler.PopSource();
     EXPECT_FALSE(handler.HasSource());
+    outer.Close();
+    std::remove(path.c_str());
     OrnTest::AssertRecorder rec;
     handler.PopSource();
     EXPECT_ASSERTED(rec, "! mSources.empty()");

@@ -180,10 +180,12 @@ TEST_F(VersionScript, ErrorReports)
         {"open_new \"http://refused/\"; set $a, 1;", "illegal URL (http://refused/) for 'open_new' command",
          "; set $a, 1;"},
         {"set $a, \"($b)\"; set $b, \"($a)\"; open_new \"($a)\";", "illegal URL (($a)) for 'open_new' command", ";"},
-        // The dialog's callbacks fail after it has run: an illegal checkbox variable, a missing button label.
+        // The dialog's callbacks fail after it has run: an illegal checkbox variable, a missing button label
+        // (after which the checkbox $z is not stored either).
         {"dialog \"T\", \"m\", checkbox, \"c\", ShowTipz, button, \"OK\", go; :go set $z, 1;",
          "illegal variable (ShowTipz) for 'set' command", " :go set $z, 1;"},
-        {"dialog \"T\", \"m\", button, \"OK\", gone; set $z, 1;", "can't find label (gone) for jump", ""},
+        {"dialog \"T\", \"m\", checkbox, \"c\", $z, button, \"OK\", gone; set $z, 1;",
+         "can't find label (gone) for jump", ""},
         // A comment moves the token start past itself.
         {"set $a, 1 // why\n  goto x;", "looking for semicolon, but got identifier", "\n  goto x;"},
     };
