@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "Debug.h"
+#include "DynamicLibrary_Win.h"
 #include "Handle_Win.h"
 #include "OSQueries.h"
 
@@ -16,12 +17,6 @@ namespace {
 
 // MAX_PATH and its terminator.
 const DWORD cExePathSize = 261;
-
-// Through the generic function type, which the compiler accepts as a cast to any other.
-template <class F> F LookUp(HMODULE lib, const char* name)
-{
-    return lib ? reinterpret_cast<F>(reinterpret_cast<void (*)()>(::GetProcAddress(lib, name))) : nullptr;
-}
 
 } // namespace
 
@@ -36,7 +31,7 @@ public:
     static const CPSApiLibrary* Get()
     {
         static CPSApiLibrary library;
-        if (!library.mLib.IsValid() && !library.Load()) {
+        if (!library.mLib.IsLoaded() && !library.Load()) {
             ORN_ASSERT_MSG("Can't load PSApi.dll.");
             return nullptr;
         }
@@ -49,13 +44,13 @@ public:
 private:
     bool Load()
     {
-        mLib.Reset(::LoadLibraryA("PSApi.dll"));
-        mGetModuleFileNameEx = LookUp<GetModuleFileNameExFunc>(mLib.Get(), "GetModuleFileNameExA");
-        mGetProcessImageFileName = LookUp<GetProcessImageFileNameFunc>(mLib.Get(), "GetProcessImageFileNameA");
-        return mLib.IsValid();
+        (void)mLib.Load("PSApi.dll");
+        mGetModuleFileNameEx = mLib.Find<GetModuleFileNameExFunc>("GetModuleFileNameExA");
+        mGetProcessImageFileName = mLib.Find<GetProcessImageFileNameFunc>("GetProcessImageFileNameA");
+        return mLib.IsLoaded();
     }
 
-    CLibraryHandle mLib;
+    CDynamicLibrary mLib;
     GetModuleFileNameExFunc mGetModuleFileNameEx = nullptr;
     GetProcessImageFileNameFunc mGetProcessImageFileName = nullptr;
 };
@@ -169,7 +164,7 @@ bool Is64BitWindows()
     } else {
         using IsWow64ProcessFunc = BOOL(WINAPI*)(HANDLE, PBOOL);
         // Looked up: older 32-bit systems lack it, and they are 32-bit systems.
-        auto isWow64Process = LookUp<IsWow64ProcessFunc>(::GetModuleHandleA("kernel32"), "IsWow64Process");
+        auto isWow64Process = LookUpExport<IsWow64ProcessFunc>(::GetModuleHandleA("kernel32"), "IsWow64Process");
         BOOL isWow64 = FALSE;
         return isWow64Process && isWow64Process(::GetCurrentProcess(), &isWow64) && isWow64;
     }
