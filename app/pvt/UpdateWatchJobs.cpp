@@ -36,6 +36,16 @@ void DumpSection(CStream* log, const char* name, const CVarList& vars)
     vars.WriteDump(*log);
 }
 
+// A refused certificate or an unknown scheme is also said in plain words.
+void LogCheckFailureCause(CUpdateWatchApp& app, RStatus status)
+{
+    if (status == E_InternetBadScheme)
+        app.LogFormat("Unknown VersionScheme (%s): only \"http\" and \"https\" are known.\n",
+                      GlobalVars.Find("VersionScheme"));
+    else if (const char* cause = CertificateFailureCause(status))
+        app.LogFormat("The version server's certificate was refused: %s.\n", cause);
+}
+
 } // namespace
 
 bool CUpdateWatchApp::RunScript(const char* script, CVarList& replyVars)
@@ -72,6 +82,7 @@ bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* ov
     (void)watcher.CheckWithTimeout(status, true, "NBW", mOwnProductVersion, "EN", appVars, replyPage, url,
                                    overrideVars, overrideOnly, cTimeoutSeconds);
     bool ok = StatusStepResult(status, "Do version check");
+    LogCheckFailureCause(*this, status);
     if (mVerbose) {
         LogURLInfo(url);
         if (ok) {
