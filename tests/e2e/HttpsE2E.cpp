@@ -31,10 +31,9 @@ public:
         HRSRC res = ::FindResourceA(nullptr, "TESTCA", MAKEINTRESOURCEA(10)); // RT_RCDATA
         HGLOBAL data = res ? ::LoadResource(nullptr, res) : nullptr;
         ASSERT_TRUE(data) << "no TESTCA resource";
-        ASSERT_TRUE(::CertAddEncodedCertificateToStore(mStore.get(), X509_ASN_ENCODING,
-                                                       static_cast<const BYTE*>(::LockResource(data)),
-                                                       ::SizeofResource(nullptr, res), CERT_STORE_ADD_REPLACE_EXISTING,
-                                                       &mCert))
+        ASSERT_TRUE(::CertAddEncodedCertificateToStore(
+            mStore.get(), X509_ASN_ENCODING, static_cast<const BYTE*>(::LockResource(data)),
+            ::SizeofResource(nullptr, res), CERT_STORE_ADD_REPLACE_EXISTING, &mCert))
             << "CertAddEncodedCertificateToStore: " << ::GetLastError();
     }
     void TearDown() override

@@ -141,15 +141,14 @@ TEST(OpenURLPolicy, PolicyNames)
         bool drivePathAllowed;
     };
     const Row rows[] = {
-        {nullptr, true, true}, {"any", true, true},      {"web", true, false},   {"hosts:example.com", true, false},
-        {"Web", false, false}, {"bogus", false, false}, {"", false, false},     {"any ", false, false},
+        {nullptr, true, true}, {"any", true, true},     {"web", true, false}, {"hosts:example.com", true, false},
+        {"Web", false, false}, {"bogus", false, false}, {"", false, false},   {"any ", false, false},
     };
     for (const Row& row : rows) {
         const std::string name = row.setting ? row.setting : "(absent)";
         COpenURLPolicy policy(row.setting);
         EXPECT_EQ(policy.Known(), row.known) << name;
-        EXPECT_EQ(policy.Admit("C:\\Users\\Public\\x.bat") == COpenURLPolicy::urlAllowed, row.drivePathAllowed)
-            << name;
+        EXPECT_EQ(policy.Admit("C:\\Users\\Public\\x.bat") == COpenURLPolicy::urlAllowed, row.drivePathAllowed) << name;
         if (!row.known) {
             EXPECT_EQ(policy.Admit("http://example.com/"), COpenURLPolicy::urlAllowed) << name << " reads as web";
         }
