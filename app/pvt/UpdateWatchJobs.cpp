@@ -39,11 +39,12 @@ void DumpSection(CStream* log, const char* name, const CVarList& vars)
 // A refused certificate or an unknown scheme is also said in plain words.
 void LogCheckFailureCause(CUpdateWatchApp& app, RStatus status)
 {
+    const char* cause = CertificateFailureCause(status);
     const char* scheme = GlobalVars.Find("VersionScheme");
-    if (status == E_InternetBadScheme)
-        app.LogFormat("Unknown VersionScheme (%s): only \"http\" and \"https\" are known.\n", scheme ? scheme : "");
-    else if (const char* cause = CertificateFailureCause(status))
+    if (cause)
         app.LogFormat("The version server's certificate was refused: %s.\n", cause);
+    else if (status == E_InternetBadScheme)
+        app.LogFormat("Unknown VersionScheme (%s): only \"http\" and \"https\" are known.\n", scheme ? scheme : "");
 }
 
 } // namespace

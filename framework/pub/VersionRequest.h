@@ -71,10 +71,6 @@ protected:
     ~IReadWait() = default;
 };
 
-// The scheme of the request URL from the global variable VersionScheme: "http" when it is absent, or "https".
-// False, with scheme untouched, for any other value.
-bool GetVersionScheme(CString& scheme);
-
 // Polls once a second while the read is busy; E_Timeout as soon as timeout seconds have passed since
 // startTick, else the read's status.
 RStatus WaitForRead(IReadWait& read, DWord startTick, Int timeout);

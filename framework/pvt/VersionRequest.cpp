@@ -177,8 +177,8 @@ bool TakeIdentityValue(IIdentityKey& key, const char* name, const CString& fresh
     return true;
 }
 
-} // namespace
-
+// The request's scheme from the global variable VersionScheme: "http" when it is absent, or "https"; false,
+// with scheme untouched, for any other value.
 bool GetVersionScheme(CString& scheme)
 {
     CString value;
@@ -189,6 +189,8 @@ bool GetVersionScheme(CString& scheme)
     scheme = value;
     return true;
 }
+
+} // namespace
 
 bool UpdateIdentityValues(IIdentityKey* machineKey, IIdentityKey* userKey, bool write, bool evenIfUnreadable,
                           DWord tickCount, Int64 now)
