@@ -35,12 +35,16 @@ public:
             mStore.get(), X509_ASN_ENCODING, static_cast<const BYTE*>(::LockResource(data)),
             ::SizeofResource(nullptr, res), CERT_STORE_ADD_REPLACE_EXISTING, &mCert))
             << "CertAddEncodedCertificateToStore: " << ::GetLastError();
+        // Written to the registry now, where UpdateWatch.exe's own store will find it; not when the store closes.
+        EXPECT_TRUE(::CertControlStore(mStore.get(), 0, CERT_STORE_CTRL_COMMIT, nullptr)) << ::GetLastError();
     }
     void TearDown() override
     {
         if (mCert)
             ::CertDeleteCertificateFromStore(mCert); // frees the context too
         mCert = nullptr;
+        if (mStore)
+            ::CertControlStore(mStore.get(), 0, CERT_STORE_CTRL_COMMIT, nullptr);
         mStore.reset();
     }
 
