@@ -6,6 +6,8 @@ PACKAGES=(
     cmake ninja-build g++ clang libclang-rt-14-dev googletest
     g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix
     wine64 xvfb xdotool imagemagick file binutils
+    # HTTPS tests: Wine's TLS (only recommended by wine64) and the loopback TLS servers.
+    libgnutls30 python3
 )
 
 missing=()

@@ -36,6 +36,17 @@ void DumpSection(CStream* log, const char* name, const CVarList& vars)
     vars.WriteDump(*log);
 }
 
+// A refused certificate or an unknown scheme is also said in plain words.
+void LogCheckFailureCause(CUpdateWatchApp& app, RStatus status)
+{
+    const char* cause = CertificateFailureCause(status);
+    const char* scheme = GlobalVars.Find("VersionScheme");
+    if (cause)
+        app.LogFormat("The version server's certificate was refused: %s.\n", cause);
+    else if (status == E_InternetBadScheme)
+        app.LogFormat("Unknown VersionScheme (%s): only \"http\" and \"https\" are known.\n", scheme ? scheme : "");
+}
+
 } // namespace
 
 bool CUpdateWatchApp::RunScript(const char* script, CVarList& replyVars)
@@ -72,6 +83,7 @@ bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* ov
     (void)watcher.CheckWithTimeout(status, true, "NBW", mOwnProductVersion, "EN", appVars, replyPage, url,
                                    overrideVars, overrideOnly, cTimeoutSeconds);
     bool ok = StatusStepResult(status, "Do version check");
+    LogCheckFailureCause(*this, status);
     if (mVerbose) {
         LogURLInfo(url);
         if (ok) {

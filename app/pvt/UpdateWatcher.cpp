@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include "UpdateWatch.h"
+#include "VarList.h"
 #include "VersionDialog.h"
 
 using namespace Orn;
@@ -19,7 +21,13 @@ const char* const cSettableNames[] = {
 
 } // namespace
 
-CNBVersionScriptInterpreter::CNBVersionScriptInterpreter(bool singleStep) : CVersionScriptInterpreter(singleStep) {}
+CNBVersionScriptInterpreter::CNBVersionScriptInterpreter(bool singleStep)
+    : CVersionScriptInterpreter(singleStep), mURLPolicy(GlobalVars.Find("OpenURLPolicy"))
+{
+    CUpdateWatchApp* app = CUpdateWatchApp::Get();
+    if (!mURLPolicy.Known() && app)
+        app->LogFormat("Unknown OpenURLPolicy (%s): treated as \"web\".\n", GlobalVars.Find("OpenURLPolicy"));
+}
 
 IUpdateWatchDialog* CNBVersionScriptInterpreter::NewDialog() { return new CNBVersionReplyDlg(this); }
 
@@ -35,4 +43,20 @@ bool CNBVersionScriptInterpreter::ConfirmStep(const char* step)
 void CNBVersionScriptInterpreter::ReportError(const char* error)
 {
     ::MessageBoxA(nullptr, error, cBoxTitle, MB_ICONSTOP | MB_OK);
+}
+
+bool CNBVersionScriptInterpreter::CheckURL(const char* url)
+{
+    switch (mURLPolicy.Admit(url)) {
+    case COpenURLPolicy::urlAllowed:
+        return true;
+    case COpenURLPolicy::urlOverLimit: {
+        CString message;
+        message.Format("too many pages for 'open_new' (at most %d per run)", MaxPagesPerRun);
+        ScriptError(message);
+    }
+    case COpenURLPolicy::urlRefused:
+        break;
+    }
+    return false;
 }

@@ -1,11 +1,13 @@
 // The product's reply-script interpreter: its message boxes, the settings a script may change, its dialog.
 #pragma once
 
+#include "OpenURLPolicy.h"
 #include "VersionScript.h"
 
 class CNBVersionScriptInterpreter : public Orn::CVersionScriptInterpreter {
 public:
-    // With singleStep, every command waits for the user's go-ahead.
+    // With singleStep, every command waits for the user's go-ahead. The open_new policy is read here, from
+    // the global variable OpenURLPolicy; an unknown value is logged.
     explicit CNBVersionScriptInterpreter(bool singleStep);
 
 protected:
@@ -17,4 +19,9 @@ protected:
     bool ConfirmStep(const char* step) override;
     // Stop-icon box with the script error.
     void ReportError(const char* error) override;
+    // The open_new policy; a page over the cap is a script error of its own.
+    bool CheckURL(const char* url) override;
+
+private:
+    Orn::COpenURLPolicy mURLPolicy;
 };

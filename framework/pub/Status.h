@@ -82,6 +82,14 @@ constexpr RStatus S_RegIsDirectory = MakeStatus(false, modReg, 1);
 constexpr RStatus S_RegIsValue = MakeStatus(false, modReg, 2);
 constexpr RStatus E_InternetBadHTTPStatus = MakeStatus(true, modInternet, 0);
 constexpr RStatus E_InternetResourceNotText = MakeStatus(true, modInternet, 1);
+// The server's certificate was refused: its issuer is not trusted, it names another host, it is out of date,
+// or it is refused for another reason (revoked, revocation not verifiable, malformed).
+constexpr RStatus E_InternetCertUntrusted = MakeStatus(true, modInternet, 2);
+constexpr RStatus E_InternetCertWrongHost = MakeStatus(true, modInternet, 3);
+constexpr RStatus E_InternetCertExpired = MakeStatus(true, modInternet, 4);
+constexpr RStatus E_InternetCertInvalid = MakeStatus(true, modInternet, 5);
+// A URL scheme other than "http" and "https" was asked for.
+constexpr RStatus E_InternetBadScheme = MakeStatus(true, modInternet, 6);
 
 // One module's table of printable names; static objects register themselves at start-up.
 class CModuleTable {

@@ -82,17 +82,18 @@ public:
     // appVarNames: null-terminated, not owned; it must outlive the engine.
     explicit CUpdateWatcher(const char* const* appVarNames);
 
-    // The whole check: status (also returned) is E_Timeout when no answer came within timeout seconds, the
-    // read's failure, or its success with the reply script in replyText. url gets the request as built.
+    // The whole check: status (also returned) is E_InternetBadScheme when VersionScheme names neither "http"
+    // nor "https" (nothing is sent), E_Timeout when no answer came within timeout seconds, the read's failure,
+    // or its success with the reply script in replyText. url gets the request as built.
     // overrideVars (may be null) replace request parameters and make the check non-standard; overrideOnly
     // sends only the application and override variables (no core parameter is added or required). With
-    // UWDelay set the delay page of DelayTestHost is read instead; then, or when the check is non-standard,
-    // ShowNonStandardBox is called once the read has started.
+    // UWDelay set the delay page of DelayTestHost is read instead, over the same scheme; then, or when the
+    // check is non-standard, ShowNonStandardBox is called once the read has started.
     RStatus CheckWithTimeout(RStatus& status, bool automatic, const char* productCode, const CVersion& productVersion,
                              const char* productLanguage, const CVarList& appVars, CString& replyText, CString& url,
                              const CVarList* overrideVars, bool overrideOnly, Int timeout);
     // Builds the request (into RequestVars and url), starts reading and returns at once; status is the
-    // read's as Poll gives it.
+    // read's as Poll gives it, or E_InternetBadScheme (see CheckWithTimeout) with nothing built.
     void StartCheck(RStatus& status, bool automatic, const char* productCode, const CVersion& productVersion,
                     const char* productLanguage, const CVarList& appVars, CString& url, const CVarList* overrideVars,
                     bool overrideOnly);
@@ -125,8 +126,8 @@ private:
     void AddCoreVars(CVarList& requestVars, bool automatic, const char* productCode, const CVersion& productVersion,
                      const char* productLanguage);
     void AddIdentityVars(CVarList& requestVars, const CMachineFacts& facts);
-    void BuildRequestURL(const CVarList& requestVars, CString& url);
-    void StartRequestRead(const CString& url);
+    void BuildRequestURL(const char* scheme, const CVarList& requestVars, CString& url);
+    void StartRequestRead(const char* scheme, const CString& url);
 
     const char* const* mAppVarNames;
     bool mStandard = true;

@@ -14,20 +14,29 @@ namespace Orn {
 struct CWebRequest {
     CString host;
     Int port = 80;
-    // The path after the host's "/", without that "/"; with the query unless the request is a POST.
+    // HTTPS: the server's certificate is checked in full, and a refused one ends the read.
+    bool secure = false;
+    // The path after the host's "/", without that "/"; with the query unless it went to the body.
     CString object;
     // The form-encoded query, sent as the body of a POST.
     CString body;
+    // A POST is sent exactly when there is a body.
     bool doPOST = false;
+    // The setting the URL was split under, for the worker's check that it got a body.
+    bool alwaysUsePOST = false;
 };
 
 // URLs up to this length always go as a GET.
 constexpr Int MaxGetURLLength = 2000;
 
-// Splits "http://host[:port]/object[?query]". A POST carries the query as its body; it is chosen when
-// alwaysUsePOST is set or the URL is longer than MaxGetURLLength, and needs a "?". False, with request
-// untouched, for a URL without "http://" or with a port that is not a decimal number from 1 to 65535.
+// Splits "http://host[:port]/object[?query]" or the same with "https://" (default port 443). When
+// alwaysUsePOST is set or the URL is longer than MaxGetURLLength, the text after the first "?" becomes the
+// body and the object ends before the "?"; an empty body leaves a GET. False, with request untouched, for a
+// URL without either prefix or with a port that is not a decimal number from 1 to 65535.
 bool SplitWebURL(const char* url, bool alwaysUsePOST, CWebRequest& request);
+
+// In plain words, why the certificate of a read that ended with status was refused; null for any other status.
+const char* CertificateFailureCause(RStatus status);
 
 // The platform's worker thread (pvt/WebPageReaderPlatform.h).
 class CPageReadThread;
@@ -38,7 +47,9 @@ class CPageReadThread;
 // Outcomes: Ok; E_NotFound (HTTP 404); E_InternetBadHTTPStatus (any other code but 200, redirects
 // included: they are not followed, so a read never ends on another server's page); E_TooMuchData (more
 // than the maximum); E_InternetResourceNotText (the page holds a NUL byte, which text cannot carry);
-// Failure (the library, the connection or the transfer failed, a body cut short included).
+// E_InternetCertUntrusted, E_InternetCertWrongHost, E_InternetCertExpired, E_InternetCertInvalid (HTTPS: the
+// server's certificate was refused; nothing is retried over HTTP); Failure (the library, the connection or
+// the transfer failed, a body cut short included).
 class CWebPageReader {
 public:
     // The client name is the agent name the session announces.
@@ -49,8 +60,8 @@ public:
     virtual ~CWebPageReader();
 
     // Starts reading a page of at most max bytes and returns the status as Poll would. The global flag
-    // AlwaysUsePOST makes every URL with a query a POST. Failure when the worker cannot be started,
-    // E_BadArgument when the URL cannot be split.
+    // AlwaysUsePOST makes every URL with a query a POST (the worker asserts when it has no body to send).
+    // Failure when the worker cannot be started, E_BadArgument when the URL cannot be split.
     RStatus StartRead(const char* url, Int max);
     // S_Busy while the worker runs, then the status of the read (Failure before any read was started).
     RStatus Poll() const;

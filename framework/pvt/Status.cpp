@@ -61,6 +61,11 @@ const CModuleTable::Row cRegRows[] = {
 const CModuleTable::Row cInternetRows[] = {
     {E_InternetBadHTTPStatus.Word(), "E_InternetBadHTTPStatus"},
     {E_InternetResourceNotText.Word(), "E_InternetResourceNotText"},
+    {E_InternetCertUntrusted.Word(), "E_InternetCertUntrusted"},
+    {E_InternetCertWrongHost.Word(), "E_InternetCertWrongHost"},
+    {E_InternetCertExpired.Word(), "E_InternetCertExpired"},
+    {E_InternetCertInvalid.Word(), "E_InternetCertInvalid"},
+    {E_InternetBadScheme.Word(), "E_InternetBadScheme"},
 };
 
 template <std::size_t N> constexpr Int Count(const CModuleTable::Row (&)[N]) { return static_cast<Int>(N); }

@@ -23,7 +23,7 @@ const char* const CoreRequiredVars[] = {
 };
 const char* const TestVars[] = {"VR_TestVer", "VR_TestScript", nullptr};
 
-const char RequestURLTemplate[] = "http://<VersionDomain>/updatewatch/updatewatch.aspx?<RequestVars>";
+const char RequestURLTemplate[] = "<VersionScheme>://<VersionDomain>/updatewatch/updatewatch.aspx?<RequestVars>";
 const char DelayTestPath[] = "/updatewatch/UwDelayTest.aspx";
 const char ErrorValue[] = "ERROR";
 constexpr DWord PollIntervalMs = 1000;
@@ -177,6 +177,19 @@ bool TakeIdentityValue(IIdentityKey& key, const char* name, const CString& fresh
     return true;
 }
 
+// The request's scheme from the global variable VersionScheme: "http" when it is absent, or "https"; false,
+// with scheme untouched, for any other value.
+bool GetVersionScheme(CString& scheme)
+{
+    CString value;
+    if (!GlobalVars.GetValue("VersionScheme", value))
+        value = "http";
+    if (value != "http" && value != "https")
+        return false;
+    scheme = value;
+    return true;
+}
+
 } // namespace
 
 bool UpdateIdentityValues(IIdentityKey* machineKey, IIdentityKey* userKey, bool write, bool evenIfUnreadable,
@@ -250,6 +263,8 @@ RStatus CUpdateWatcher::CheckWithTimeout(RStatus& status, bool automatic, const 
     DWord startTick = TickCount();
     StartCheck(status, automatic, productCode, productVersion, productLanguage, appVars, url, overrideVars,
                overrideOnly);
+    if (status.Failed())
+        return status;
     CReadWait wait(*this);
     status = WaitForRead(wait, startTick, timeout);
     if (status.Succeeded())
@@ -263,6 +278,11 @@ void CUpdateWatcher::StartCheck(RStatus& status, bool automatic, const char* pro
 {
     url.Empty();
     mStandard = true;
+    CString scheme;
+    if (!GetVersionScheme(scheme)) {
+        status = E_InternetBadScheme;
+        return;
+    }
     CVarList& requestVars = RequestVars();
     requestVars.Clear();
     CVarCopy copy(requestVars);
@@ -279,8 +299,8 @@ void CUpdateWatcher::StartCheck(RStatus& status, bool automatic, const char* pro
         mStandard = false;
     }
     ORN_ASSERT(EnsureNoUnknownVars(requestVars,mAppVarNames));
-    BuildRequestURL(requestVars, url);
-    StartRequestRead(url);
+    BuildRequestURL(scheme, requestVars, url);
+    StartRequestRead(scheme, url);
     status = Poll();
 }
 
@@ -337,7 +357,7 @@ void CUpdateWatcher::GetMachineFacts(CMachineFacts& facts)
         facts.macAddress = "none";
 }
 
-void CUpdateWatcher::BuildRequestURL(const CVarList& requestVars, CString& url)
+void CUpdateWatcher::BuildRequestURL(const char* scheme, const CVarList& requestVars, CString& url)
 {
     CString query;
     CQueryWriter writer(query);
@@ -350,17 +370,19 @@ void CUpdateWatcher::BuildRequestURL(const CVarList& requestVars, CString& url)
 
     // Filled by name only: a global variable must not slip into the URL through the template.
     CFormat request(RequestURLTemplate, nullptr, fmtNoGlobals);
+    request.Item("VersionScheme", scheme);
     request.Item("VersionDomain", versionDomain.Chars());
     request.Item("RequestVars", query.Chars());
     url = request.Text();
 }
 
-void CUpdateWatcher::StartRequestRead(const CString& url)
+void CUpdateWatcher::StartRequestRead(const char* scheme, const CString& url)
 {
     CString delay;
     bool delayTest = GlobalVars.GetValue("UWDelay", delay);
     if (delayTest) {
-        CString delayURL("http://");
+        CString delayURL(scheme);
+        delayURL.Append("://");
         delayURL.Append(DelayTestHost);
         delayURL.Append(DelayTestPath);
         if (delay != "1") {

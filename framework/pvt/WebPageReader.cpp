@@ -12,10 +12,17 @@ namespace Orn {
 namespace {
 
 const char HttpPrefix[] = "http://";
-constexpr Int HttpPrefixLength = 7;
+const char HttpsPrefix[] = "https://";
+constexpr Int HttpPort = 80;
+constexpr Int HttpsPort = 443;
 
-// "host" or "host:port"; anything after a colon must be a port number.
-bool SplitHostPort(const CString& hostPort, CString& host, Int& port)
+bool HasPrefix(const char* url, const char* prefix)
+{
+    return std::strncmp(url, prefix, static_cast<size_t>(Str::Length(prefix))) == 0;
+}
+
+// A host may carry a port ("127.0.0.1:8080"), so that a test server can stand in for the real one.
+bool SplitHostPort(const CString& hostPort, Int defaultPort, CString& host, Int& port)
 {
     Int colon = -1;
     for (Int i = 0; i < hostPort.Length(); ++i)
@@ -23,7 +30,7 @@ bool SplitHostPort(const CString& hostPort, CString& host, Int& port)
             colon = i;
     if (colon < 0) {
         host = hostPort;
-        port = 80;
+        port = defaultPort;
         return true;
     }
     Int digits = hostPort.Length() - colon - 1;
@@ -46,12 +53,15 @@ bool SplitHostPort(const CString& hostPort, CString& host, Int& port)
 
 bool SplitWebURL(const char* url, bool alwaysUsePOST, CWebRequest& request)
 {
-    if (!url || std::strncmp(url, HttpPrefix, HttpPrefixLength) != 0)
-        return false;
-    CString rest(url + HttpPrefixLength);
-    Int slash = rest.Find("/");
     CWebRequest split;
-    if (!SplitHostPort(slash < 0 ? rest : rest.Mid(0, slash), split.host, split.port))
+    if (url && HasPrefix(url, HttpsPrefix))
+        split.secure = true;
+    else if (!url || !HasPrefix(url, HttpPrefix))
+        return false;
+    CString rest(url + Str::Length(split.secure ? HttpsPrefix : HttpPrefix));
+    Int slash = rest.Find("/");
+    Int defaultPort = split.secure ? HttpsPort : HttpPort;
+    if (!SplitHostPort(slash < 0 ? rest : rest.Mid(0, slash), defaultPort, split.host, split.port))
         return false;
     if (slash >= 0)
         split.object = rest.Mid(slash + 1);
@@ -61,12 +71,26 @@ bool SplitWebURL(const char* url, bool alwaysUsePOST, CWebRequest& request)
     if ((alwaysUsePOST || tooLong) && query >= 0) {
         split.body = split.object.Mid(query + 1);
         split.object = split.object.Mid(0, query);
-        split.doPOST = true;
     } else if (tooLong) {
         ORN_ASSERT_MSG("URL longer than max but does not contain query parameters");
     }
+    split.doPOST = !split.body.IsEmpty();
+    split.alwaysUsePOST = alwaysUsePOST;
     request = split;
     return true;
+}
+
+const char* CertificateFailureCause(RStatus status)
+{
+    if (status == E_InternetCertUntrusted)
+        return "untrusted issuer";
+    if (status == E_InternetCertWrongHost)
+        return "wrong host name";
+    if (status == E_InternetCertExpired)
+        return "expired or not yet valid";
+    if (status == E_InternetCertInvalid)
+        return "revoked, not verifiable or malformed";
+    return nullptr;
 }
 
 CWebPageReader::CWebPageReader(const char* clientName)
@@ -86,14 +110,12 @@ RStatus CWebPageReader::StartRead(const char* url, Int max)
     if (max <= 0 || mThreadHand || mText)
         return Failure;
 
-    bool AlwaysUsePOST = false;
-    GlobalVars.GetBool("AlwaysUsePOST", AlwaysUsePOST);
-    if (!SplitWebURL(url, AlwaysUsePOST, mRequest)) {
+    bool alwaysUsePOST = false;
+    GlobalVars.GetBool("AlwaysUsePOST", alwaysUsePOST);
+    if (!SplitWebURL(url, alwaysUsePOST, mRequest)) {
         mStartStatus = E_BadArgument;
         return mStartStatus;
     }
-    bool doPOST = mRequest.doPOST;
-    ORN_ASSERT((! AlwaysUsePOST) || doPOST);
 
     mMax = max;
     mText.reset(new char[static_cast<size_t>(max) + 1]);

@@ -107,9 +107,32 @@ private:
     HINTERNET mHand = nullptr;
 };
 
-// Keeps the answer out of every cache and does not follow redirects (see WebPageReader.h).
+// Keeps the answer out of every cache. Redirects are not followed: a read never ends on another server's page.
 constexpr DWORD RequestFlags =
     INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_RELOAD | INTERNET_FLAG_PRAGMA_NOCACHE | INTERNET_FLAG_NO_AUTO_REDIRECT;
+// HTTPS adds only this: none of the flags that ignore a certificate error is ever given.
+constexpr DWORD SecureRequestFlags = RequestFlags | INTERNET_FLAG_SECURE;
+
+// The library's verdicts on a server certificate; any other failure of a send is the general one.
+RStatus SendFailureStatus(DWORD error)
+{
+    switch (error) {
+    case ERROR_INTERNET_INVALID_CA:
+        return E_InternetCertUntrusted;
+    case ERROR_INTERNET_SEC_CERT_CN_INVALID:
+        return E_InternetCertWrongHost;
+    case ERROR_INTERNET_SEC_CERT_DATE_INVALID:
+        return E_InternetCertExpired;
+    case ERROR_INTERNET_SEC_CERT_ERRORS:
+    case ERROR_INTERNET_SEC_CERT_NO_REV:
+    case ERROR_INTERNET_SEC_CERT_REV_FAILED:
+    case ERROR_INTERNET_SEC_CERT_REVOKED:
+    case ERROR_INTERNET_SEC_INVALID_CERT:
+        return E_InternetCertInvalid;
+    default:
+        return Failure;
+    }
+}
 
 const char PostHeader[] = "Content-Type: application/x-www-form-urlencoded\n";
 
@@ -160,15 +183,19 @@ RStatus CPageRead::Run()
                                              nullptr, nullptr, INTERNET_SERVICE_HTTP, 0, Context())))
         return Failure;
     CInternetHandle request(f);
-    const char* verb = mRequest.doPOST ? "POST" : "GET";
+    bool AlwaysUsePOST = mRequest.alwaysUsePOST;
+    bool doPOST = mRequest.doPOST;
+    ORN_ASSERT((! AlwaysUsePOST) || doPOST);
+    const char* verb = doPOST ? "POST" : "GET";
     if (!request.Open(f.pHttpOpenRequestA(connection.Get(), verb, mRequest.object, nullptr, nullptr, nullptr,
-                                          RequestFlags, Context())))
+                                          mRequest.secure ? SecureRequestFlags : RequestFlags, Context())))
         return Failure;
     if (!Send(request.Get()))
-        return Failure;
+        return SendFailureStatus(::GetLastError());
     return Receive(request.Get());
 }
 
+// False with the library's error as the thread's last error.
 bool CPageRead::Send(HINTERNET request)
 {
     const CWinInetFuncs& f = mLib.Funcs();
@@ -206,7 +233,7 @@ RStatus CPageRead::ReadPage(HINTERNET request)
     DWORD announced = 0;
     if (QueryNumber(request, HTTP_QUERY_CONTENT_LENGTH, announced) && got < announced)
         return Failure;
-    // A NUL would silently end the text early: such a page is not text.
+    // A page with a NUL byte is not text: the NUL would silently end the text early.
     return std::memchr(mText.get(), 0, got) ? E_InternetResourceNotText : Ok;
 }
 

@@ -41,7 +41,10 @@ TEST(Status, EveryRegisteredNamePrints)
         {0x00000402, "S_FSIsFile"}, {0x80000401, "E_DirNotEmpty"}, {0x80000402, "E_DiskFull"},
         {0x80000403, "E_FSNotDirectory"}, {0x80000404, "E_FSNotFile"}, {0x00000501, "S_RegIsDirectory"},
         {0x00000502, "S_RegIsValue"}, {0x80000880, "E_InternetBadHTTPStatus"},
-        {0x80000881, "E_InternetResourceNotText"}, {0x80000680, "(unknown error)"},
+        {0x80000881, "E_InternetResourceNotText"}, {0x80000882, "E_InternetCertUntrusted"},
+        {0x80000883, "E_InternetCertWrongHost"}, {0x80000884, "E_InternetCertExpired"},
+        {0x80000885, "E_InternetCertInvalid"}, {0x80000886, "E_InternetBadScheme"}, {0x80000887, "(unknown error)"},
+        {0x80000680, "(unknown error)"},
     };
     for (const NamedStatus& row : rows)
         EXPECT_STREQ(RStatus::FromWord(row.word).Name(), row.name) << std::hex << row.word;

@@ -152,6 +152,12 @@ TEST_F(UpdateWatcherTest, GlobalsShapeTheRequest)
         {"delay with a value", {{"UWDelay", "5 s"}}, "", std::string(delayPage) + "?VR_TIMEDELAY=5 s", true, true,
          nullptr},
         {"delay of 1", {{"UWDelay", "1"}}, "", delayPage, true, true, nullptr},
+        {"http named", {{"VersionScheme", "http"}}, "http://versioncheck.vantrel.com/updatewatch/updatewatch.aspx?",
+         "", true, false, nullptr},
+        {"https", {{"VersionScheme", "https"}}, "https://versioncheck.vantrel.com/updatewatch/updatewatch.aspx?", "",
+         true, false, nullptr},
+        {"https delay", {{"VersionScheme", "https"}, {"UWDelay", "1"}}, "https://versioncheck.vantrel.com/",
+         "https://uwtest.vantrel.com/updatewatch/UwDelayTest.aspx", true, true, nullptr},
         {"no vendor", {{"VendorId", nullptr}}, "&VR_Vendor=ERROR", "", true, false,
          "global variable undefined: 'VendorId'"},
         {"no version host", {{"VersionDomain", nullptr}}, "http:///updatewatch/updatewatch.aspx?EqTotal=5&", "", false,
@@ -220,6 +226,26 @@ TEST_F(UpdateWatcherTest, CheckWithTimeoutReturnsTheReadFailure)
     EXPECT_EQ(status, Failure);
     EXPECT_STREQ(reply, "");
     EXPECT_FALSE(mURL.IsEmpty());
+}
+
+// Nothing is built, read or shown for a scheme other than "http" or "https".
+TEST_F(UpdateWatcherTest, UnknownSchemeFailsTheCheck)
+{
+    for (const char* scheme : {"ftp", "HTTPS", "", "https "}) {
+        GlobalVars.Set("VersionScheme", scheme);
+        CTestWatcher watcher;
+        RStatus status;
+        CString reply("old");
+        EXPECT_EQ(watcher.CheckWithTimeout(status, true, "NBW", mVersion, "EN", mAppVars, reply, mURL, nullptr, false,
+                                           30),
+                  E_InternetBadScheme)
+            << scheme;
+        EXPECT_EQ(status, E_InternetBadScheme) << scheme;
+        EXPECT_TRUE(watcher.mReads.empty()) << scheme;
+        EXPECT_EQ(watcher.mBoxes, "") << scheme;
+        EXPECT_STREQ(reply, "") << scheme;
+        EXPECT_STREQ(mURL, "") << scheme;
+    }
 }
 
 namespace {

@@ -33,7 +33,8 @@ RStatus ReadToEnd(const std::string& url, Int max, CString* text = nullptr)
 
 } // namespace
 
-// A short query goes in the URL; AlwaysUsePOST or a long URL sends it as a form body.
+// A short query goes in the URL; AlwaysUsePOST or a long URL sends it as a form body. AlwaysUsePOST with
+// nothing to send asserts where the worker opens the request, and a GET goes out.
 TEST(WebPageReaderWin, WhatGoesOnTheWire)
 {
     struct Row {
@@ -41,11 +42,13 @@ TEST(WebPageReaderWin, WhatGoesOnTheWire)
         bool alwaysUsePOST;
         std::string query;
         const char* method;
+        bool asserts;
     };
     const Row rows[] = {
-        {"short GET", false, "a=1&b=x%20y", "GET"},
-        {"AlwaysUsePOST", true, "VR_Product=NB&VR_ProdVer=3.1", "POST"},
-        {"URL over 2000 characters", false, "VR_Long=" + std::string(2100, 'v'), "POST"},
+        {"short GET", false, "a=1&b=x%20y", "GET", false},
+        {"AlwaysUsePOST", true, "VR_Product=NB&VR_ProdVer=3.1", "POST", false},
+        {"URL over 2000 characters", false, "VR_Long=" + std::string(2100, 'v'), "POST", false},
+        {"AlwaysUsePOST, a bare ?", true, "", "GET", true},
     };
     for (const Row& row : rows) {
         TestHttpServer server;
@@ -54,8 +57,10 @@ TEST(WebPageReaderWin, WhatGoesOnTheWire)
             GlobalVars.Set("AlwaysUsePOST", "1");
         server.Enqueue(HttpAnswer::Page("[START]\r\nSet x = 1\r\n[END]\r\n"));
         CString text;
+        OrnTest::AssertRecorder rec;
         EXPECT_EQ(ReadToEnd(server.Url("/updatewatch/updatewatch.aspx?" + row.query), 100, &text), Ok) << row.name;
         GlobalVars.Remove("AlwaysUsePOST");
+        EXPECT_EQ(rec.Fired("(! AlwaysUsePOST) || doPOST"), row.asserts) << row.name << ": " << rec.List();
         EXPECT_STREQ(text, "[START]\nSet x = 1\n[END]\n") << "read as text: CR LF becomes LF";
 
         auto requests = server.Requests();

@@ -1,0 +1,151 @@
+// The version check over HTTPS, against the loopback TLS servers that https_servers.py runs around this
+// program: a good certificate gives the reply, a refused one ends the check before anything is sent.
+#include <windows.h>
+
+#include <wincrypt.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "ServerE2ESupport.h"
+
+using namespace E2E;
+
+namespace {
+
+struct StoreCloser {
+    void operator()(void* store) const { ::CertCloseStore(store, 0); }
+};
+
+// The test CA (resource TESTCA) in the local-machine "Root" store of this test's Wine prefix while the tests
+// run, so that WinINet trusts the servers' certificates that it issued.
+class TrustedTestCA : public ::testing::Environment {
+public:
+    void SetUp() override
+    {
+        mStore.reset(::CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, "Root"));
+        ASSERT_TRUE(mStore) << "CertOpenStore: " << ::GetLastError();
+        HRSRC res = ::FindResourceA(nullptr, "TESTCA", MAKEINTRESOURCEA(10)); // RT_RCDATA
+        HGLOBAL data = res ? ::LoadResource(nullptr, res) : nullptr;
+        ASSERT_TRUE(data) << "no TESTCA resource";
+        ASSERT_TRUE(::CertAddEncodedCertificateToStore(
+            mStore.get(), X509_ASN_ENCODING, static_cast<const BYTE*>(::LockResource(data)),
+            ::SizeofResource(nullptr, res), CERT_STORE_ADD_REPLACE_EXISTING, &mCert))
+            << "CertAddEncodedCertificateToStore: " << ::GetLastError();
+        // Written to the registry now, where UpdateWatch.exe's own store will find it; not when the store closes.
+        EXPECT_TRUE(::CertControlStore(mStore.get(), 0, CERT_STORE_CTRL_COMMIT, nullptr)) << ::GetLastError();
+    }
+    void TearDown() override
+    {
+        if (mCert)
+            ::CertDeleteCertificateFromStore(mCert); // frees the context too
+        mCert = nullptr;
+        if (mStore)
+            ::CertControlStore(mStore.get(), 0, CERT_STORE_CTRL_COMMIT, nullptr);
+        mStore.reset();
+    }
+
+private:
+    std::unique_ptr<void, StoreCloser> mStore;
+    PCCERT_CONTEXT mCert = nullptr;
+};
+
+::testing::Environment* const cTestCA = ::testing::AddGlobalTestEnvironment(new TrustedTestCA);
+
+// "localhost:PORT" of the named server from ORN_HTTPS_PORTS ("good=PORT,..."), or "" when it is not there.
+std::string ServerHost(const std::string& name)
+{
+    const char* ports = std::getenv("ORN_HTTPS_PORTS");
+    std::string list = ports ? "," + std::string(ports) + "," : "";
+    std::size_t at = list.find("," + name + "=");
+    if (at == std::string::npos)
+        return "";
+    std::size_t start = at + name.size() + 2;
+    return "localhost:" + list.substr(start, list.find(',', start) - start);
+}
+
+// The URL as the verbose log shows it, or "".
+std::string LoggedURL(const std::string& log)
+{
+    const std::string head = "URL = \"";
+    std::size_t start = log.find(head);
+    if (start == std::string::npos)
+        return "";
+    start += head.size();
+    std::size_t end = log.find("\".", start);
+    return end == std::string::npos ? "" : log.substr(start, end - start);
+}
+
+class HttpsE2E : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        DeleteFileIfAny(LogPath());
+        CleanVantrelKeys();
+    }
+    void TearDown() override { CleanVantrelKeys(); }
+
+    // One version check over the scheme against the named server.
+    RunResult Check(const std::string& scheme, const std::string& server)
+    {
+        std::string host = ServerHost(server);
+        EXPECT_FALSE(host.empty()) << "no port for '" << server << "': run through ctest, which starts the servers";
+        EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "VersionScheme", scheme));
+        EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "VersionDomain", host));
+        return RunUpdateWatch("-s -verbose -v \"PagesTotal=1\"", NonStandardBoxWatcher());
+    }
+};
+
+} // namespace
+
+TEST_F(HttpsE2E, GoodCertificateGivesTheReply)
+{
+    RunResult r = Check("https", "good");
+    EXPECT_EQ(r.exitCode, 0u);
+    std::string log = ReadFile(LogPath());
+    EXPECT_TRUE(HasText(log, "Success: Version check\r\n")) << log;
+
+    const std::string prefix = "https://" + ServerHost("good");
+    std::string url = LoggedURL(log);
+    ASSERT_EQ(url.substr(0, prefix.size()), prefix) << log;
+    std::string target;
+    EXPECT_TRUE(ReadRegString(HKEY_CURRENT_USER, ReplyKey, "$target", target));
+    EXPECT_EQ(target, url.substr(prefix.size())) << "the server saw the exact path and query";
+    EXPECT_TRUE(HasText(target, "/updatewatch/updatewatch.aspx?PagesTotal=1&")) << target;
+}
+
+// Each failure ends the check with exit code 3 and its own status and cause; no reply script ever runs.
+TEST_F(HttpsE2E, RefusedChecksSayWhy)
+{
+    struct Row {
+        const char* scheme;
+        const char* server;
+        const char* status;
+        unsigned long word;
+        const char* cause;
+    };
+    const Row rows[] = {
+        {"https", "untrusted", "E_InternetCertUntrusted", 0x80000882,
+         "The version server's certificate was refused: untrusted issuer.\r\n"},
+        {"https", "wronghost", "E_InternetCertWrongHost", 0x80000883,
+         "The version server's certificate was refused: wrong host name.\r\n"},
+        {"https", "expired", "E_InternetCertExpired", 0x80000884,
+         "The version server's certificate was refused: expired or not yet valid.\r\n"},
+        {"ftp", "good", "E_InternetBadScheme", 0x80000886,
+         "Unknown VersionScheme (ftp): only \"http\" and \"https\" are known.\r\n"},
+    };
+    for (const Row& row : rows) {
+        DeleteFileIfAny(LogPath());
+        CleanVantrelKeys();
+        RunResult r = Check(row.scheme, row.server);
+        EXPECT_EQ(r.exitCode, 3u) << row.server;
+        std::string log = ReadFile(LogPath());
+        EXPECT_TRUE(HasText(log, StatusFailureLine(row.status, row.word, "Do version check"))) << row.server << log;
+        EXPECT_TRUE(HasText(log, row.cause)) << row.server << log;
+        EXPECT_FALSE(HasText(log, "run script")) << row.server;
+        EXPECT_FALSE(RegKeyExists(HKEY_CURRENT_USER, ReplyKey)) << row.server;
+    }
+}
