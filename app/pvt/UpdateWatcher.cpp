@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include "SettableNames.h"
 #include "VersionDialog.h"
 
 using namespace Orn;
@@ -11,19 +12,13 @@ namespace {
 
 const char* const cBoxTitle = "UpdateWatch";
 
-// The product settings a version script may change.
-const char* const cSettableNames[] = {
-    "DoUpdateWatchs", "UpdateWatchMenuItem", "UpdateWatchFreq", "ShowTips", "ShowTipsMenuItem",
-    "SplashScreen",   "CommandMenu",         "LastTip",         nullptr,
-};
-
 } // namespace
 
 CNBVersionScriptInterpreter::CNBVersionScriptInterpreter(bool singleStep) : CVersionScriptInterpreter(singleStep) {}
 
 IUpdateWatchDialog* CNBVersionScriptInterpreter::NewDialog() { return new CNBVersionReplyDlg(this); }
 
-const char* const* CNBVersionScriptInterpreter::SettableVariableNames() { return cSettableNames; }
+const char* const* CNBVersionScriptInterpreter::SettableVariableNames() { return ProductSettableNames; }
 
 bool CNBVersionScriptInterpreter::ConfirmStep(const char* step)
 {
