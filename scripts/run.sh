@@ -8,8 +8,8 @@ cd "$root"
 "$root/scripts/setup.sh" || exit 1
 [ $# -gt 0 ] || exec "$root/scripts/demo-check.sh"
 
-cmake --preset win64 >/dev/null && cmake --build --preset win64 -j "${ORN_JOBS:-2}" --target UpdateWatch nimbra_config ||
-    exit 1
+cmake --preset win64 >/dev/null || exit 1
+cmake --build --preset win64 -j "${ORN_JOBS:-2}" --target UpdateWatch nimbra_config || exit 1
 source "$root/scripts/wine-session.sh" "$root/build/win64"
 "$WINE64" "$root/build/win64/bin/UpdateWatch.exe" "$@"
 code=$?

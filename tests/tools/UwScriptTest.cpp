@@ -67,24 +67,30 @@ TEST(UwScript, CheckReportsEveryCommandsErrorsAndCertainFailures)
         {"clean", "set $a, 1;\nif $a, 2, x, next, exit;\n:x dialog \"T\", \"m\", button, \"OK\", exit;", "", 0},
         {"tokenizer", "set $a, 1;\n  set $b, 2 = 3;", "s.txt:2:13: unexpected character\n", 1},
         {"unclosed string", "set $a, \"abc;", "s.txt:1:9: unclosed string\n", 1},
-        {"name and semicolon, and the check goes on",
-         "set Color, 1;\nset ShowTips, 0x1A\nset LastTip, 3;\ngoto;",
+        {"name and semicolon, and the check goes on", "set Color, 1;\nset ShowTips, 0x1A\nset LastTip, 3;\ngoto;",
          "s.txt:1:13: illegal variable (Color) for 'set' command\n"
          "s.txt:3:1: looking for semicolon, but got identifier\n"
-         "s.txt:4:5: looking for identifier, but got semicolon\n", 1},
+         "s.txt:4:5: looking for identifier, but got semicolon\n",
+         1},
         {"dialog rules", "dialog \"T\", \"m\", button, def, \"A\", a, button, def, \"B\", b;\n:a :b",
          "s.txt:1:57: multiple default buttons\n", 1},
-        {"stray slash", "set $a, 1 / ;", "s.txt:1:11: assertion \"unknown tokenType\": the program ends here\n"
-                                          "s.txt:1:11: looking for semicolon, but got (unknown)\n", 1},
+        {"stray slash", "set $a, 1 / ;",
+         "s.txt:1:11: assertion \"unknown tokenType\": the program ends here\n"
+         "s.txt:1:11: looking for semicolon, but got (unknown)\n",
+         1},
         {"jumps and variables",
-         "if $n, 1, a, next, nowhere;\ngoto gone;\ndialog \"T\", \"m\", button, \"Go\", next;\ndialog \"U\", \"m\";\n:a",
+         "if $n, 1, a, next, nowhere;\ngoto gone;\n"
+         "dialog \"T\", \"m\", button, \"Go\", next;\ndialog \"U\", \"m\";\n:a",
          "s.txt:1:4: warning: undefined variable ($n) for 'if' command\n"
          "s.txt:1:20: warning: can't find label (nowhere) for jump\n"
          "s.txt:2:6: warning: can't find label (gone) for jump\n"
          "s.txt:3:32: warning: a button must not jump to 'next': pressing it ends the program\n"
-         "s.txt:4:1: warning: can't find label () for jump (closing a dialog without buttons jumps there)\n", 0},
-        {"a checkbox sets what if reads", "dialog \"T\", \"m\", checkbox, \"c\", $on, button, \"OK\", x;\n"
-                                          ":x if $on, 1, exit, exit, exit;", "", 0},
+         "s.txt:4:1: warning: can't find label () for jump (closing a dialog without buttons jumps there)\n",
+         0},
+        {"a checkbox sets what if reads",
+         "dialog \"T\", \"m\", checkbox, \"c\", $on, button, \"OK\", x;\n"
+         ":x if $on, 1, exit, exit, exit;",
+         "", 0},
     };
     for (const CCheckCase& c : cases) {
         CResult r = UwScript("check", c.script);
@@ -137,8 +143,9 @@ TEST(UwScript, RunShowsDialogsUrlsAndVariablesAsTheProgramWould)
     }
     EXPECT_NE(UwScript("run", script, {"--press", "never"}).out.find("set DoUpdateWatchs \"0\"\nend ok"),
               std::string::npos);
-    EXPECT_NE(UwScript("run", script, {}).out.find("answer none\nset DoUpdateWatchs \"1\"\nerror: dialog 1 "
-                                                   "\"<Product> update\" has no answer"),
+    EXPECT_NE(UwScript("run", script, {})
+                  .out.find("answer none\nset DoUpdateWatchs \"1\"\nerror: dialog 1 "
+                            "\"<Product> update\" has no answer"),
               std::string::npos);
 }
 
@@ -160,6 +167,9 @@ TEST(UwScript, RunStopsWhereTheProgramWould)
                           "        }\n      }\n    }\n  ],\n  \"variables\": {},\n  \"end\": \"error\",\n"
                           "  \"errors\": [\n    {\n      \"line\": 1,\n      \"column\": 17,\n"
                           "      \"message\": \"can't find label () for jump\"\n    }\n  ]\n}\n");
+    CResult loop = UwScript("run", "set $a, 1;\n:again goto again;");
+    EXPECT_EQ(loop.status, 1);
+    EXPECT_NE(loop.out.find("s.txt:2:1: the script ran 100000 commands without ending"), std::string::npos) << loop.out;
     CResult usage = UwScript("run", "", {"--checkbox", "maybe"});
     EXPECT_EQ(usage.status, 2);
     EXPECT_EQ(usage.err.substr(0, 47), "uwscript: bad option or value: --checkbox\nUsage");

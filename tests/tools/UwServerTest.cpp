@@ -72,12 +72,12 @@ TEST(UwServer, RulesCompareVersionsAsTheProgramSendsThem)
         const char* query;
         const char* reply;
     } cases[] = {
-        {"VR_ProdVer=3.10.0.0", "update.txt"},               // 3.1 goes out as 3.10.0.0
-        {"VR_ProdVer=3.20.0.0", "current.txt"},              // 3.2
-        {"VR_ProdVer=3.10.99.0&VR_OSLang=de-AT", "de.txt"},  // 3.1c
-        {"VR_ProdVer=3.20.0.5", "update.txt"},               // the fourth number counts as a pre-release
-        {"VR_ProdVer=3.1", "update.txt"},                    // a display form is read as one
-        {"VR_ProdVer=3.1.256.0", "current.txt"},             // no version: no version test holds
+        {"VR_ProdVer=3.10.0.0", "update.txt"},              // 3.1 goes out as 3.10.0.0
+        {"VR_ProdVer=3.20.0.0", "current.txt"},             // 3.2
+        {"VR_ProdVer=3.10.99.0&VR_OSLang=de-AT", "de.txt"}, // 3.1c
+        {"VR_ProdVer=3.20.0.5", "update.txt"},              // the fourth number counts as a pre-release
+        {"VR_ProdVer=3.1", "update.txt"},                   // a display form is read as one
+        {"VR_ProdVer=3.1.256.0", "current.txt"},            // no version: no version test holds
         {"VR_ProdVer=3.0%20beta%202147483647", "current.txt"},
         {"", "current.txt"},
     };
@@ -99,17 +99,19 @@ TEST(UwServer, RepliesThatCannotBeServedStopTheStart)
     folder.Write("big.txt", std::string(CReplyStore::cMaxPage, ' '));
     CReplyStore store;
     std::string errors, warnings;
-    EXPECT_FALSE(store.Load(folder.Path(), {"ok.txt", "bad.txt", "marker.txt", "big.txt", "none.txt"}, errors,
-                            warnings));
+    EXPECT_FALSE(
+        store.Load(folder.Path(), {"ok.txt", "bad.txt", "marker.txt", "big.txt", "none.txt"}, errors, warnings));
     std::string dir = folder.Path() + "/";
     EXPECT_EQ(warnings, dir + "ok.txt:1:6: warning: can't find label (nowhere) for jump\n  goto nowhere;\n       ^\n");
     EXPECT_EQ(errors, dir + "bad.txt:2:1: unknown command\n  show \"x\";\n  ^\n" + dir +
                           "marker.txt:1:10: the script holds \"[END]\", which would cut it short in the reply page\n"
                           "  set $a, \"[END]\";\n           ^\n" +
-                          dir + "big.txt: can't serve it: larger than 9985 bytes (a reply page holds at most 10000 "
-                                "bytes)\n" +
-                          dir + "none.txt: can't serve it: No such file or directory (a reply page holds at most "
-                                "10000 bytes)\n");
+                          dir +
+                          "big.txt: can't serve it: larger than 9985 bytes (a reply page holds at most 10000 "
+                          "bytes)\n" +
+                          dir +
+                          "none.txt: can't serve it: No such file or directory (a reply page holds at most "
+                          "10000 bytes)\n");
     EXPECT_EQ(store.Page("ok.txt"), "[START]\ngoto nowhere;\n[END]\n");
 }
 
@@ -148,12 +150,13 @@ TEST(UwServer, AnswersRecordsAndRefusesRequests)
         int status;
         const char* body;
     } refusals[] = {
-        {client.Get("/other"), 404, "no page here: /other (this server answers " 
-                                   "/updatewatch/updatewatch.aspx and /updatewatch/UwDelayTest.aspx)\n"},
+        {client.Get("/other"), 404,
+         "no page here: /other (this server answers "
+         "/updatewatch/updatewatch.aspx and /updatewatch/UwDelayTest.aspx)\n"},
         {client.Put(page, "x", "text/plain"), 405, "method PUT is not served: use GET or POST\n"},
         {client.Post(page, "x=1", "text/plain"), 400, "a POST body must be application/x-www-form-urlencoded\n"},
-        {client.Post(page, std::string(CVersionServer::cMaxBody + 1, 'x'), "application/x-www-form-urlencoded"),
-         413, "request body over 8192 bytes\n"},
+        {client.Post(page, std::string(CVersionServer::cMaxBody + 1, 'x'), "application/x-www-form-urlencoded"), 413,
+         "request body over 8192 bytes\n"},
         {client.Get("/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=121"), 400,
          "VR_TIMEDELAY must be a whole number of seconds from 0 to 120\n"},
     };
@@ -174,7 +177,8 @@ TEST(UwServer, AnswersRecordsAndRefusesRequests)
     EXPECT_EQ(lines[1], "\"method\":\"GET\",\"host\":\"versioncheck.vantrel.com\",\"path\":\"" + page +
                             "\",\"params\":{\"VR_ProdVer\":\"3.10.0.0\",\"a\":\"A\"},\"status\":200,\"reply\":"
                             "\"update.txt\"}\n");
-    EXPECT_EQ(lines[5], "\"method\":\"PUT\",\"host\":\"127.0.0.1:" + std::to_string(server.Port()) +
-                            "\",\"path\":\"" + page + "\",\"params\":{},\"status\":405,\"reply\":null,\"error\":"
+    EXPECT_EQ(lines[5], "\"method\":\"PUT\",\"host\":\"127.0.0.1:" + std::to_string(server.Port()) + "\",\"path\":\"" +
+                            page +
+                            "\",\"params\":{},\"status\":405,\"reply\":null,\"error\":"
                             "\"method PUT is not served: use GET or POST\"}\n");
 }

@@ -17,12 +17,14 @@ struct CToken {
     std::size_t offset = 0;
 };
 
-// One command as the dispatcher meets it: `skip` tokens come before it, the labels in front of it included;
-// it runs from `first` up to and including its semicolon.
+// One command as the dispatcher meets it: its text runs from `begin` (just after the semicolon before it, so
+// the labels in front of it are included) to `end` (just after its own semicolon); `first` and `last` are
+// its first token (after the labels) and its semicolon's (or the script's last).
 struct CCommand {
-    std::size_t skip = 0;
-    std::size_t first = 0;
+    std::size_t begin = 0;
     std::size_t end = 0;
+    std::size_t first = 0;
+    std::size_t last = 0;
 };
 
 // What a dialog that ran asks of the rest of the script.
@@ -47,59 +49,59 @@ protected:
     }
 };
 
-// Runs the one command after `skip` tokens: the first single-step question skips to it, the second stops.
+// Runs one command's text by itself, so that checking a script takes time in proportion to its length: a
+// jump then finds no label, which the check leaves to its look at the whole script. The second single-step
+// question stops the run, in case a jump lands on a label in front of the command.
 class CCommandRun final : public CToolInterpreter {
 public:
-    CCommandRun(const CCommand& command, std::size_t offset, std::vector<CDialogNote>& notes)
-        : CToolInterpreter(true), mSkip(command.skip), mOffset(offset), mNotes(notes)
+    // `base`: where the command's text begins in the whole script; `command`: where its name is.
+    CCommandRun(std::size_t base, std::size_t command, std::vector<CDialogNote>& notes)
+        : CToolInterpreter(true), mBase(base), mCommand(command), mNotes(notes)
     {
     }
 
+    std::size_t Base() const { return mBase; }
+
 protected:
-    bool ConfirmStep(const char*) override
-    {
-        if (mStarted)
-            return false;
-        mStarted = true;
-        for (std::size_t i = 0; i < mSkip; ++i)
-            NextToken();
-        return true;
-    }
+    bool ConfirmStep(const char*) override { return mSteps++ == 0; }
 
     void ShowDialog(CToolDialog& dlg) override
     {
         CDialogNote note;
-        note.offset = mOffset;
+        note.offset = mCommand;
         for (Int i = 0; i < dlg.ButtonCount(); ++i)
-            note.labels.push_back({tokLabel, dlg.ButtonLabel(i), dlg.LabelOffset(i)});
+            note.labels.push_back({tokLabel, dlg.ButtonLabel(i), mBase + dlg.LabelOffset(i)});
         if (dlg.HasCheckbox())
             note.checkboxVar = dlg.CheckboxVar();
         mNotes.push_back(note);
     }
 
 private:
-    std::size_t mSkip;
-    std::size_t mOffset;
+    std::size_t mBase;
+    std::size_t mCommand;
     std::vector<CDialogNote>& mNotes;
-    bool mStarted = false;
+    int mSteps = 0;
 };
 
-std::vector<CCommand> SplitCommands(const std::vector<CToken>& tokens)
+std::vector<CCommand> SplitCommands(const std::vector<CToken>& tokens, std::size_t scriptEnd)
 {
     std::vector<CCommand> commands;
+    std::size_t begin = 0;
     for (std::size_t i = 0; i < tokens.size();) {
         CCommand cmd;
-        cmd.skip = cmd.first = i;
+        cmd.begin = begin;
+        cmd.first = i;
         while (cmd.first < tokens.size() && tokens[cmd.first].type == tokLabel)
             ++cmd.first;
         if (cmd.first == tokens.size())
             break;
-        cmd.end = cmd.first;
-        while (cmd.end < tokens.size() && tokens[cmd.end].type != tokSemicolon)
-            ++cmd.end;
-        cmd.end = std::min(cmd.end + 1, tokens.size());
+        cmd.last = cmd.first;
+        while (cmd.last + 1 < tokens.size() && tokens[cmd.last].type != tokSemicolon)
+            ++cmd.last;
+        bool ended = tokens[cmd.last].type == tokSemicolon;
+        cmd.end = begin = ended ? tokens[cmd.last].offset + 1 : scriptEnd;
         commands.push_back(cmd);
-        i = cmd.end;
+        i = cmd.last + 1;
     }
     return commands;
 }
@@ -130,8 +132,8 @@ private:
     std::vector<CScriptFinding> mFindings;
     std::set<std::string> mLabels;
     std::set<std::string> mSetVars;
-    std::vector<CToken> mJumps;    // labels of goto and if
-    std::vector<CToken> mIfReads;  // "$" variables that if reads
+    std::vector<CToken> mJumps;   // labels of goto and if
+    std::vector<CToken> mIfReads; // "$" variables that if reads
     std::vector<CDialogNote> mDialogs;
 };
 
@@ -161,12 +163,12 @@ void CScriptCheck::DefineIdentifiers()
 
 void CScriptCheck::RunCommand(const CCommand& cmd)
 {
-    CCommandRun run(cmd, mTokens[cmd.first].offset, mDialogs);
-    run.RunScript(mScript);
+    CCommandRun run(cmd.begin, mTokens[cmd.first].offset, mDialogs);
+    run.RunScript(mScript.substr(cmd.begin, cmd.end - cmd.begin));
     for (const CToolInterpreter::CEvent& a : run.Assertions())
-        Add(a.offset, false, "assertion \"" + a.message + "\": the program ends here");
+        Add(run.Base() + a.offset, false, "assertion \"" + a.message + "\": the program ends here");
     if (run.HasError() && !IsJumpError(run.Error().message))
-        Add(run.Error().offset, false, run.Error().message);
+        Add(run.Base() + run.Error().offset, false, run.Error().message);
     else if (run.Assertions().empty())
         NoteCommand(cmd);
 }
@@ -229,7 +231,7 @@ std::vector<CScriptFinding> CScriptCheck::Run()
         Add(nul, false, "NUL character: the program takes a page that holds one for no text at all");
     bool tokensRead = ReadTokens();
     DefineIdentifiers();
-    for (const CCommand& cmd : SplitCommands(mTokens))
+    for (const CCommand& cmd : SplitCommands(mTokens, mScript.size()))
         RunCommand(cmd);
     if (tokensRead)
         WarnAboutJumps();

@@ -47,8 +47,13 @@ struct CAnswerMismatch {
 };
 // Ends a run where the program would have ended on an assertion.
 struct CAssertionStop {};
+// Ends a run that goes round a loop: without a dialog in it, nothing can ever end one.
+struct CLoopStop {
+    std::size_t offset;
+};
+constexpr int cMaxSteps = 100000;
 
-enum class EEnd { ok, error, assertion, answers };
+enum class EEnd { ok, error, assertion, loop, answers };
 
 CShownDialog Describe(const CToolDialog& dlg)
 {
@@ -63,8 +68,10 @@ CShownDialog Describe(const CToolDialog& dlg)
         shown.negated = dlg.Negated();
         shown.initiallyChecked = dlg.InitiallyChecked();
     }
-    for (Int i = 0; i < dlg.ButtonCount(); ++i)
-        shown.buttons.push_back({dlg.ButtonText(i), dlg.ButtonLabel(i), i == dlg.DefaultButton(), i == dlg.CloseButton()});
+    for (Int i = 0; i < dlg.ButtonCount(); ++i) {
+        shown.buttons.push_back(
+            {dlg.ButtonText(i), dlg.ButtonLabel(i), i == dlg.DefaultButton(), i == dlg.CloseButton()});
+    }
     return shown;
 }
 
@@ -82,19 +89,27 @@ Int FindButton(const CShownDialog& shown, const std::string& press)
 
 class CAnsweringInterpreter final : public CToolInterpreter {
 public:
-    explicit CAnsweringInterpreter(const CRunOptions& options) : mOptions(options) {}
+    // Single steps count the commands, so that a loop is noticed.
+    explicit CAnsweringInterpreter(const CRunOptions& options) : CToolInterpreter(true), mOptions(options) {}
 
     std::vector<CRunEvent> events;
     std::size_t answersUsed = 0;
     std::size_t checkboxesUsed = 0;
 
 protected:
+    bool ConfirmStep(const char*) override
+    {
+        if (++mSteps > cMaxSteps)
+            throw CLoopStop{TokenOffset()};
+        return true;
+    }
     void ShowDialog(CToolDialog& dlg) override;
     void OpenURL(const std::string& url) override { events.push_back({false, {}, url}); }
 
 private:
     const CRunOptions& mOptions;
     int mDialogs = 0;
+    int mSteps = 0;
 };
 
 void CAnsweringInterpreter::ShowDialog(CToolDialog& dlg)
@@ -141,6 +156,33 @@ std::string LeftOver(const CRunOptions& options, const CAnsweringInterpreter& in
     return "";
 }
 
+// Runs the script; how it ended, with the finding or the mismatch that ended it in the report.
+EEnd RunToTheEnd(CAnsweringInterpreter& interp, const std::string& script, const CRunOptions& options,
+                 CRunReport& report)
+{
+    try {
+        interp.RunScript(script);
+    } catch (const CAnswerMismatch& m) {
+        report.mismatch = m.message;
+        return EEnd::answers;
+    } catch (const CAssertionStop&) {
+        return EEnd::assertion;
+    } catch (const CLoopStop& loop) {
+        report.findings.push_back(
+            {loop.offset, false,
+             "the script ran " + std::to_string(cMaxSteps) + " commands without ending: the program would not end it"});
+        return EEnd::loop;
+    }
+    if (!interp.Assertions().empty())
+        return EEnd::assertion;
+    if (interp.HasError()) {
+        report.findings.push_back({interp.Error().offset, false, interp.Error().message});
+        return EEnd::error;
+    }
+    report.mismatch = LeftOver(options, interp);
+    return report.mismatch.empty() ? EEnd::ok : EEnd::answers;
+}
+
 CRunReport RunWithAnswers(const std::string& script, const CRunOptions& options)
 {
     CGlobalVarsSnapshot globals;
@@ -148,24 +190,11 @@ CRunReport RunWithAnswers(const std::string& script, const CRunOptions& options)
         GlobalVars.Set(g.first.c_str(), g.second.c_str());
     CAnsweringInterpreter interp(options);
     CRunReport report;
-    try {
-        interp.RunScript(script);
-    } catch (const CAnswerMismatch& m) {
-        report.end = EEnd::answers;
-        report.mismatch = m.message;
-    } catch (const CAssertionStop&) {
-    }
-    for (const CToolInterpreter::CEvent& a : interp.Assertions())
-        report.findings.push_back({a.offset, false, "assertion \"" + a.message + "\": the program ends here"});
-    if (!report.findings.empty()) {
-        report.end = EEnd::assertion;
-    } else if (interp.HasError()) {
-        report.end = EEnd::error;
-        report.findings.push_back({interp.Error().offset, false, interp.Error().message});
-    } else if (report.end == EEnd::ok) {
-        report.mismatch = LeftOver(options, interp);
-        if (!report.mismatch.empty())
-            report.end = EEnd::answers;
+    report.end = RunToTheEnd(interp, script, options, report);
+    // The program ends on the first assertion: what the interpreter did after it is not shown.
+    if (report.end == EEnd::assertion) {
+        const CToolInterpreter::CEvent& a = interp.Assertions().front();
+        report.findings = {{a.offset, false, "assertion \"" + a.message + "\": the program ends here"}};
     }
     report.events = std::move(interp.events);
     report.variables = VarPairs(interp.ReplyVars());
@@ -178,6 +207,7 @@ const char* EndName(EEnd end)
     case EEnd::ok: return "ok";
     case EEnd::error: return "error";
     case EEnd::assertion: return "assertion";
+    case EEnd::loop: return "loop";
     case EEnd::answers: return "answers";
     }
     return "";
@@ -204,7 +234,8 @@ void WriteDialogText(const CShownDialog& d, int number, std::string& out)
         return;
     }
     out += d.cancelled ? "  answer cancel " : "  answer press ";
-    out += JsonQuoted(d.pressedText) + " -> " + d.pressedLabel + (d.hasCheckbox ? ", checkbox " + Box(d.checked) : "") + "\n";
+    out += JsonQuoted(d.pressedText) + " -> " + d.pressedLabel;
+    out += (d.hasCheckbox ? ", checkbox " + Box(d.checked) : "") + "\n";
 }
 
 std::string ReportText(const CScriptText& text, const CRunReport& report)

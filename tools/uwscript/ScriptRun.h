@@ -16,8 +16,8 @@ struct CRunOptions {
     };
 
     std::vector<std::pair<std::string, std::string>> globals;
-    std::vector<CAnswer> answers;    // one per dialog, in order
-    std::vector<bool> checkboxes;    // one per dialog with a checkbox, in order: ticked or not when it closes
+    std::vector<CAnswer> answers; // one per dialog, in order
+    std::vector<bool> checkboxes; // one per dialog with a checkbox, in order: ticked or not when it closes
     bool json = false;
 };
 

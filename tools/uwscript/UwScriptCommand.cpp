@@ -53,8 +53,7 @@ bool ParseRunOptions(const std::vector<std::string>& args, CRunOptions& options,
             options.answers.push_back({false, args[++i]});
         } else if (opt == "--checkbox" && hasValue && (args[i + 1] == "on" || args[i + 1] == "off")) {
             options.checkboxes.push_back(args[++i] == "on");
-        } else if (opt == "--set" && hasValue && args[i + 1].find('=') != std::string::npos &&
-                   args[i + 1][0] != '=') {
+        } else if (opt == "--set" && hasValue && args[i + 1].find('=') != std::string::npos && args[i + 1][0] != '=') {
             const std::string& pair = args[++i];
             std::size_t eq = pair.find('=');
             options.globals.emplace_back(pair.substr(0, eq), pair.substr(eq + 1));

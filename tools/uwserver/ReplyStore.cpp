@@ -16,8 +16,9 @@ void FindMarkers(const std::string& script, std::vector<CScriptFinding>& finding
     for (const char* marker : {"[START]", "[END]"}) {
         std::size_t at = script.find(marker);
         if (at != std::string::npos)
-            findings.push_back({at, false, std::string("the script holds \"") + marker +
-                                               "\", which would cut it short in the reply page"});
+            findings.push_back(
+                {at, false,
+                 std::string("the script holds \"") + marker + "\", which would cut it short in the reply page"});
     }
 }
 

@@ -94,11 +94,16 @@ CVersionServer::CVersionServer(const CServerRules& rules, const CReplyStore& rep
     auto handle = [this](const httplib::Request& req, httplib::Response& res) { Handle(req, res); };
     mServer->Get(".*", handle);
     mServer->Post(".*", handle);
-    mServer->set_error_handler(httplib::Server::HandlerWithResponse(
-        [this](const httplib::Request& req, httplib::Response& res) {
+    mServer->set_error_handler(
+        httplib::Server::HandlerWithResponse([this](const httplib::Request& req, httplib::Response& res) {
             return HandleLibraryError(req, res) ? httplib::Server::HandlerResponse::Handled
                                                 : httplib::Server::HandlerResponse::Unhandled;
         }));
+    // The library's default would also let a second server share the port and take some of the requests.
+    mServer->set_socket_options([](socket_t sock) {
+        int yes = 1;
+        setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    });
     mServer->set_payload_max_length(cMaxBody);
     mServer->set_keep_alive_timeout(2);
     // Delayed answers hold a thread each; the rest still get one.
@@ -113,7 +118,9 @@ bool CVersionServer::Bind(const std::string& host, int port, std::string& error)
     mPort = port == 0 ? mServer->bind_to_any_port(host) : (mServer->bind_to_port(host, port) ? port : -1);
     if (mPort > 0)
         return true;
-    error = "can't listen on " + host + ":" + std::to_string(port) + (errno ? std::string(" (") + std::strerror(errno) + ")" : "");
+    error = "can't listen on " + host + ":" + std::to_string(port);
+    if (errno != 0)
+        error += std::string(" (") + std::strerror(errno) + ")";
     return false;
 }
 
@@ -140,8 +147,8 @@ void CVersionServer::Handle(const httplib::Request& req, httplib::Response& res)
         Answer(req, target.query, target.path == cDelayPage, entry);
     } else {
         entry.status = 404;
-        entry.error = "no page here: " + target.path + " (this server answers " + cVersionPage + " and " +
-                      cDelayPage + ")";
+        entry.error =
+            "no page here: " + target.path + " (this server answers " + cVersionPage + " and " + cDelayPage + ")";
     }
     res.status = entry.status;
     if (entry.status == 200)
@@ -151,8 +158,7 @@ void CVersionServer::Handle(const httplib::Request& req, httplib::Response& res)
     mRecord.Write(entry);
 }
 
-void CVersionServer::Answer(const httplib::Request& req, const std::string& query, bool delayPage,
-                            CRequestEntry& entry)
+void CVersionServer::Answer(const httplib::Request& req, const std::string& query, bool delayPage, CRequestEntry& entry)
 {
     CVarList params;
     if (!ReadParams(req, query, params, entry) || (delayPage && !Delay(params, entry)))

@@ -41,8 +41,7 @@ private:
     void Handle(const httplib::Request& req, httplib::Response& res);
     bool HandleLibraryError(const httplib::Request& req, httplib::Response& res);
     void Answer(const httplib::Request& req, const std::string& query, bool delayPage, CRequestEntry& entry);
-    bool ReadParams(const httplib::Request& req, const std::string& query, Orn::CVarList& params,
-                    CRequestEntry& entry);
+    bool ReadParams(const httplib::Request& req, const std::string& query, Orn::CVarList& params, CRequestEntry& entry);
     bool Delay(const Orn::CVarList& params, CRequestEntry& entry);
 
     const CServerRules& mRules;

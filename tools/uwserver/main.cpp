@@ -93,6 +93,23 @@ private:
     std::thread mWaiter;
 };
 
+// Serves until a signal stops the server; the exit status.
+int Serve(const COptions& options, const CServerRules& rules, const CReplyStore& replies, std::FILE* recordTo)
+{
+    CRequestRecord record(recordTo);
+    CVersionServer server(rules, replies, record);
+    std::string error;
+    if (!server.Bind(options.listen, options.port, error)) {
+        std::fprintf(stderr, "uwserver: %s\n", error.c_str());
+        return 1;
+    }
+    std::printf("listening on %s:%d\n", options.listen.c_str(), server.Port());
+    std::fflush(stdout);
+    CSignalStop stopOnSignal(server);
+    server.Serve();
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -108,24 +125,12 @@ int main(int argc, char** argv)
     CReplyStore replies;
     if (!LoadFolder(options.folder, rules, replies))
         return 1;
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> recordFile(nullptr, std::fclose);
-    if (!options.record.empty()) {
-        recordFile.reset(std::fopen(options.record.c_str(), "a"));
-        if (!recordFile) {
-            std::fprintf(stderr, "uwserver: can't open %s: %s\n", options.record.c_str(), std::strerror(errno));
-            return 1;
-        }
-    }
-    CRequestRecord record(recordFile ? recordFile.get() : stdout);
-    CVersionServer server(rules, replies, record);
-    std::string error;
-    if (!server.Bind(options.listen, options.port, error)) {
-        std::fprintf(stderr, "uwserver: %s\n", error.c_str());
+    if (options.record.empty())
+        return Serve(options, rules, replies, stdout);
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> recordFile(std::fopen(options.record.c_str(), "a"), std::fclose);
+    if (!recordFile) {
+        std::fprintf(stderr, "uwserver: can't open %s: %s\n", options.record.c_str(), std::strerror(errno));
         return 1;
     }
-    std::printf("listening on %s:%d\n", options.listen.c_str(), server.Port());
-    std::fflush(stdout);
-    CSignalStop stopOnSignal(server);
-    server.Serve();
-    return 0;
+    return Serve(options, rules, replies, recordFile.get());
 }
