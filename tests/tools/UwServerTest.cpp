@@ -157,6 +157,9 @@ TEST(UwServer, AnswersRecordsAndRefusesRequests)
         {client.Post(page, "x=1", "text/plain"), 400, "a POST body must be application/x-www-form-urlencoded\n"},
         {client.Post(page, std::string(CVersionServer::cMaxBody + 1, 'x'), "application/x-www-form-urlencoded"), 413,
          "request body over 8192 bytes\n"},
+        {client.Get("ftp://versioncheck.vantrel.com" + page), 400,
+         "the request target must be a path or an http:// URL\n"},
+        {client.Get("http:///updatewatch/updatewatch.aspx"), 400, "the request target names no host\n"},
         {client.Get("/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=121"), 400,
          "VR_TIMEDELAY must be a whole number of seconds from 0 to 120\n"},
     };
@@ -173,7 +176,7 @@ TEST(UwServer, AnswersRecordsAndRefusesRequests)
     for (char buf[2048]; std::fgets(buf, sizeof buf, recordFile);)
         lines.push_back(std::string(buf).substr(std::string(buf).find("\"method\"")));
     std::fclose(recordFile);
-    ASSERT_EQ(lines.size(), 9u);
+    ASSERT_EQ(lines.size(), 11u);
     EXPECT_EQ(lines[1], "\"method\":\"GET\",\"host\":\"versioncheck.vantrel.com\",\"path\":\"" + page +
                             "\",\"params\":{\"VR_ProdVer\":\"3.10.0.0\",\"a\":\"A\"},\"status\":200,\"reply\":"
                             "\"update.txt\"}\n");
