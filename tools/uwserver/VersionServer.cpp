@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <strings.h>
 
 #include "VarPairs.h"
 
@@ -43,9 +44,6 @@ CTarget SplitTarget(const std::string& target)
     }
     return t;
 }
-
-// The framework's parser is not meant for several threads at once when a damaged query makes it assert.
-std::mutex cParseLock;
 
 bool StartsWithNoCase(const std::string& text, const char* prefix)
 {
@@ -177,7 +175,7 @@ bool CVersionServer::ReadParams(const httplib::Request& req, const std::string& 
         return false;
     }
     {
-        std::lock_guard<std::mutex> hold(cParseLock);
+        std::lock_guard<std::mutex> hold(mParseLock);
         params.ParseQuery(query.c_str(), true);
         if (formBody)
             params.ParseQuery(req.body.c_str(), true);

@@ -49,6 +49,9 @@ private:
     CRequestRecord& mRecord;
     std::unique_ptr<httplib::Server> mServer;
     int mPort = 0;
+    // A damaged query can make the framework's parser assert, and assertion reports share state across the
+    // process: requests are parsed one at a time.
+    std::mutex mParseLock;
     std::mutex mLock;
     std::condition_variable mStopped;
     bool mStopping = false;
