@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -115,49 +117,89 @@ TEST(UwServer, RepliesThatCannotBeServedStopTheStart)
     EXPECT_EQ(store.Page("ok.txt"), "[START]\ngoto nowhere;\n[END]\n");
 }
 
-TEST(UwServer, AnswersRecordsAndRefusesRequests)
-{
-    CFolder folder;
-    for (const char* name : {"de.txt", "update.txt", "current.txt"})
-        folder.Write(name, std::string("set $reply, \"") + name + "\";");
-    CServerRules rules;
-    CReplyStore replies;
-    std::string errors, warnings;
-    ASSERT_TRUE(rules.Parse("r", cRules, errors) && replies.Load(folder.Path(), rules.ReplyFiles(), errors, warnings));
-    std::FILE* recordFile = std::tmpfile();
-    CRequestRecord record(recordFile);
-    CVersionServer server(rules, replies, record);
-    ASSERT_TRUE(server.Bind("127.0.0.1", 0, errors)) << errors;
-    std::thread serving([&server] { server.Serve(); });
-    httplib::Client client("127.0.0.1", server.Port());
+// A server on a free loopback port with three replies, recording into a scratch file.
+class UwServerRunning : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        for (const char* name : {"de.txt", "update.txt", "current.txt"})
+            mFolder.Write(name, std::string("set $reply, \"") + name + "\";");
+        std::string errors, warnings;
+        ASSERT_TRUE(mRules.Parse("r", cRules, errors) &&
+                    mReplies.Load(mFolder.Path(), mRules.ReplyFiles(), errors, warnings));
+        ASSERT_TRUE(mServer.Bind("127.0.0.1", 0, errors)) << errors;
+        mServing = std::thread([this] { mServer.Serve(); });
+    }
+    void TearDown() override { Stop(); }
+    void Stop()
+    {
+        mServer.Stop();
+        if (mServing.joinable())
+            mServing.join();
+    }
+    // The record's lines from "method" on (the time differs from run to run); stops the server first.
+    std::vector<std::string> RecordLines()
+    {
+        Stop();
+        std::rewind(mRecordFile.get());
+        std::vector<std::string> lines;
+        for (char buf[2048]; std::fgets(buf, sizeof buf, mRecordFile.get());)
+            lines.push_back(std::string(buf).substr(std::string(buf).find("\"method\"")));
+        return lines;
+    }
 
-    const std::string page = "/updatewatch/updatewatch.aspx";
-    httplib::Result r = client.Get(page + "?VR_ProdVer=3.10.0.0&VR_OSLang=de-DE");
+    const std::string mPage = "/updatewatch/updatewatch.aspx";
+    CFolder mFolder;
+    CServerRules mRules;
+    CReplyStore mReplies;
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> mRecordFile{std::tmpfile(), std::fclose};
+    CRequestRecord mRecord{mRecordFile.get()};
+    CVersionServer mServer{mRules, mReplies, mRecord};
+    std::thread mServing;
+};
+
+TEST_F(UwServerRunning, ChoosesRepliesForOriginAndAbsoluteTargets)
+{
+    httplib::Client client("127.0.0.1", mServer.Port());
+    httplib::Result r = client.Get(mPage + "?VR_ProdVer=3.10.0.0&VR_OSLang=de-DE");
+    ASSERT_TRUE(r);
     EXPECT_EQ(r->status, 200);
-    EXPECT_EQ(r->body, replies.Page("de.txt"));
+    EXPECT_EQ(r->body, mReplies.Page("de.txt"));
     // As the HTTP proxy of a machine, the server gets the standard host's URL as the target.
-    r = client.Get("http://versioncheck.vantrel.com" + page + "?VR_ProdVer=3.10.0.0&a=%41");
-    EXPECT_EQ(r->body, replies.Page("update.txt"));
-    r = client.Post(page, "VR_ProdVer=3.20.0.0", "application/x-www-form-urlencoded");
-    EXPECT_EQ(r->body, replies.Page("current.txt"));
+    r = client.Get("http://versioncheck.vantrel.com" + mPage + "?VR_ProdVer=3.10.0.0&a=%41");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->body, mReplies.Page("update.txt"));
+    r = client.Post(mPage, "VR_ProdVer=3.20.0.0", "application/x-www-form-urlencoded");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->body, mReplies.Page("current.txt"));
     auto start = std::chrono::steady_clock::now();
     r = client.Get("/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=1");
-    EXPECT_EQ(r->status, 200);
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->body, mReplies.Page("current.txt"));
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << "the delay page waits";
+    std::vector<std::string> lines = RecordLines();
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[1], "\"method\":\"GET\",\"host\":\"versioncheck.vantrel.com\",\"path\":\"" + mPage +
+                            "\",\"params\":{\"VR_ProdVer\":\"3.10.0.0\",\"a\":\"A\"},\"status\":200,\"reply\":"
+                            "\"update.txt\"}\n");
+}
 
+TEST_F(UwServerRunning, RefusesWithTheReasonAndRecordsIt)
+{
+    httplib::Client client("127.0.0.1", mServer.Port());
     const struct {
         httplib::Result result;
         int status;
         const char* body;
     } refusals[] = {
         {client.Get("/other"), 404,
-         "no page here: /other (this server answers "
-         "/updatewatch/updatewatch.aspx and /updatewatch/UwDelayTest.aspx)\n"},
-        {client.Put(page, "x", "text/plain"), 405, "method PUT is not served: use GET or POST\n"},
-        {client.Post(page, "x=1", "text/plain"), 400, "a POST body must be application/x-www-form-urlencoded\n"},
-        {client.Post(page, std::string(CVersionServer::cMaxBody + 1, 'x'), "application/x-www-form-urlencoded"), 413,
+         "no page here: /other (this server answers /updatewatch/updatewatch.aspx and "
+         "/updatewatch/UwDelayTest.aspx)\n"},
+        {client.Put(mPage, "x", "text/plain"), 405, "method PUT is not served: use GET or POST\n"},
+        {client.Post(mPage, "x=1", "text/plain"), 400, "a POST body must be application/x-www-form-urlencoded\n"},
+        {client.Post(mPage, std::string(CVersionServer::cMaxBody + 1, 'x'), "application/x-www-form-urlencoded"), 413,
          "request body over 8192 bytes\n"},
-        {client.Get("ftp://versioncheck.vantrel.com" + page), 400,
+        {client.Get("ftp://versioncheck.vantrel.com" + mPage), 400,
          "the request target must be a path or an http:// URL\n"},
         {client.Get("http:///updatewatch/updatewatch.aspx"), 400, "the request target names no host\n"},
         {client.Get("/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=121"), 400,
@@ -168,20 +210,10 @@ TEST(UwServer, AnswersRecordsAndRefusesRequests)
         EXPECT_EQ(refusal.result->status, refusal.status) << refusal.body;
         EXPECT_EQ(refusal.result->body, refusal.body);
     }
-    server.Stop();
-    serving.join();
-
-    std::rewind(recordFile);
-    std::vector<std::string> lines;
-    for (char buf[2048]; std::fgets(buf, sizeof buf, recordFile);)
-        lines.push_back(std::string(buf).substr(std::string(buf).find("\"method\"")));
-    std::fclose(recordFile);
-    ASSERT_EQ(lines.size(), 11u);
-    EXPECT_EQ(lines[1], "\"method\":\"GET\",\"host\":\"versioncheck.vantrel.com\",\"path\":\"" + page +
-                            "\",\"params\":{\"VR_ProdVer\":\"3.10.0.0\",\"a\":\"A\"},\"status\":200,\"reply\":"
-                            "\"update.txt\"}\n");
-    EXPECT_EQ(lines[5], "\"method\":\"PUT\",\"host\":\"127.0.0.1:" + std::to_string(server.Port()) + "\",\"path\":\"" +
-                            page +
+    std::vector<std::string> lines = RecordLines();
+    ASSERT_EQ(lines.size(), std::size(refusals));
+    EXPECT_EQ(lines[1], "\"method\":\"PUT\",\"host\":\"127.0.0.1:" + std::to_string(mServer.Port()) + "\",\"path\":\"" +
+                            mPage +
                             "\",\"params\":{},\"status\":405,\"reply\":null,\"error\":"
                             "\"method PUT is not served: use GET or POST\"}\n");
 }
