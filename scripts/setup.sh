@@ -3,9 +3,9 @@
 set -euo pipefail
 
 PACKAGES=(
-    cmake ninja-build g++ clang libclang-rt-14-dev googletest
+    cmake ninja-build g++ clang libclang-rt-14-dev googletest libcpp-httplib-dev
     g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix
-    wine64 xvfb xdotool imagemagick file binutils libcpp-httplib-dev
+    wine64 xvfb xdotool imagemagick file binutils
 )
 
 missing=()

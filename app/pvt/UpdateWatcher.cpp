@@ -3,8 +3,8 @@
 
 #include <windows.h>
 
-#include "SettableNames.h"
 #include "VersionDialog.h"
+#include "SettableNames.h"
 
 using namespace Orn;
 

@@ -4,6 +4,7 @@
 #include <initializer_list>
 
 #include "Debug.h"
+#include "VarList.h"
 
 using namespace Orn;
 
@@ -271,7 +272,8 @@ void CNBVersionReplyDlg::SetUpDefaultButton()
 
 void CNBVersionReplyDlg::SetTitle()
 {
-    CString title = Shown(mTitle);
+    CString title(mTitle);
+    GlobalVars.Substitute(title, "<>");
     if (!::SetWindowTextA(mDlg, title))
         ORN_ASSERT_MSG("::SetWindowTextA(mDlg,title)");
 }
@@ -347,7 +349,8 @@ Int CNBVersionReplyDlg::ClientWidth()
 // The "<name>" references are filled before measuring, so the control fits what it shows.
 Int CNBVersionReplyDlg::SetAutoSizedText(Int id, const char* text, bool wrapped)
 {
-    CString newText = Shown(text);
+    CString newText(text);
+    GlobalVars.Substitute(newText, "<>");
     HWND ctl = Item(id);
     CString oldText = WindowText(ctl);
     RECT rc = ItemRect(id);
