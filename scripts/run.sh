@@ -1,14 +1,16 @@
 #!/usr/bin/env bash
-# Builds UpdateWatch.exe and runs it under Wine with the given arguments (default: a silent version check),
-# then prints its exit code and the log it wrote.
+# The program's main job. Without arguments: a real version check against the local version server (see
+# scripts/demo-check.sh). With arguments: builds UpdateWatch.exe, runs it under Wine with them, then prints the
+# log it wrote and its exit code, which is also this script's.
 set -uo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 cd "$root"
 "$root/scripts/setup.sh" || exit 1
-cmake --preset win64 >/dev/null && cmake --build --preset win64 -j "${ORN_JOBS:-2}" || exit 1
-source "$root/scripts/wine-session.sh" "$root/build/win64"
+[ $# -gt 0 ] || exec "$root/scripts/demo-check.sh"
 
-[ $# -gt 0 ] || set -- -s -verbose -v "PagesTotal=1"
+cmake --preset win64 >/dev/null || exit 1
+cmake --build --preset win64 -j "${ORN_JOBS:-2}" --target UpdateWatch nimbra_config || exit 1
+source "$root/scripts/wine-session.sh" "$root/build/win64"
 "$WINE64" "$root/build/win64/bin/UpdateWatch.exe" "$@"
 code=$?
 log="$WINEPREFIX/drive_c/users/$(whoami)/Temp/Nimbra Version Check.log"
@@ -17,4 +19,4 @@ if [ -f "$log" ]; then
     cat "$log"
 fi
 echo "UpdateWatch.exe exit code: $code"
-exit 0
+exit "$code"

@@ -3,7 +3,7 @@
 set -euo pipefail
 
 PACKAGES=(
-    cmake ninja-build g++ clang libclang-rt-14-dev googletest
+    cmake ninja-build g++ clang libclang-rt-14-dev googletest libcpp-httplib-dev
     g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix
     wine64 xvfb xdotool imagemagick file binutils
     # HTTPS tests: Wine's TLS (only recommended by wine64) and the loopback TLS servers.

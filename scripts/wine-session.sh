@@ -1,16 +1,20 @@
 # Sourced: starts an X display and a persistent wineserver for one build tree, and stops both on exit.
-# Usage: source scripts/wine-session.sh BUILD_DIR
+# Usage: source scripts/wine-session.sh BUILD_DIR [--keep-display]
+# With --keep-display and DISPLAY set, the windows go to that display (for a person to see) instead of Xvfb.
 _session_dir="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 export WINE_BUILD_DIR="$1"
 source "$_session_dir/wine-env.sh"
 "$_session_dir/wine-prefix.sh" "$WINE_BUILD_DIR"
 
-_display=99
-while [ -e "/tmp/.X${_display}-lock" ] || [ -e "/tmp/.X11-unix/X${_display}" ]; do _display=$((_display + 1)); done
-Xvfb ":${_display}" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
-_xvfb_pid=$!
-export DISPLAY=":${_display}"
-for _i in $(seq 1 50); do [ -e "/tmp/.X11-unix/X${_display}" ] && break; sleep 0.1; done
+_xvfb_pid=""
+if [ "${2:-}" != "--keep-display" ] || [ -z "${DISPLAY:-}" ]; then
+    _display=99
+    while [ -e "/tmp/.X${_display}-lock" ] || [ -e "/tmp/.X11-unix/X${_display}" ]; do _display=$((_display + 1)); done
+    Xvfb ":${_display}" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
+    _xvfb_pid=$!
+    export DISPLAY=":${_display}"
+    for _i in $(seq 1 50); do [ -e "/tmp/.X11-unix/X${_display}" ] && break; sleep 0.1; done
+fi
 
 # Without a persistent server every process start pays for a new one.
 "$WINESERVER" -p
@@ -19,7 +23,9 @@ for _i in $(seq 1 50); do [ -e "/tmp/.X11-unix/X${_display}" ] && break; sleep 0
 "$WINE64" wineboot >/dev/null 2>&1 </dev/null
 wine_session_stop() {
     "$WINESERVER" -k >/dev/null 2>&1 || true
-    kill "$_xvfb_pid" >/dev/null 2>&1 || true
-    wait "$_xvfb_pid" 2>/dev/null || true
+    if [ -n "$_xvfb_pid" ]; then
+        kill "$_xvfb_pid" >/dev/null 2>&1 || true
+        wait "$_xvfb_pid" 2>/dev/null || true
+    fi
 }
 trap wine_session_stop EXIT

@@ -6,18 +6,13 @@
 #include "UpdateWatch.h"
 #include "VarList.h"
 #include "VersionDialog.h"
+#include "SettableNames.h"
 
 using namespace Orn;
 
 namespace {
 
 const char* const cBoxTitle = "UpdateWatch";
-
-// The product settings a version script may change.
-const char* const cSettableNames[] = {
-    "DoUpdateWatchs", "UpdateWatchMenuItem", "UpdateWatchFreq", "ShowTips", "ShowTipsMenuItem",
-    "SplashScreen",   "CommandMenu",         "LastTip",         nullptr,
-};
 
 } // namespace
 
@@ -31,7 +26,7 @@ CNBVersionScriptInterpreter::CNBVersionScriptInterpreter(bool singleStep)
 
 IUpdateWatchDialog* CNBVersionScriptInterpreter::NewDialog() { return new CNBVersionReplyDlg(this); }
 
-const char* const* CNBVersionScriptInterpreter::SettableVariableNames() { return cSettableNames; }
+const char* const* CNBVersionScriptInterpreter::SettableVariableNames() { return ProductSettableNames; }
 
 bool CNBVersionScriptInterpreter::ConfirmStep(const char* step)
 {

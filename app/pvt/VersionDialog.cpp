@@ -15,7 +15,6 @@ const Int cTemplateId = 100;
 const Int cMessageId = 1001;
 const Int cCheckboxId = 1002;
 const Int cFirstButtonId = 1003; // the buttons are 1003, 1004 and 1005
-const Int cMaxButtons = 3;
 
 Int ButtonId(Int index) { return cFirstButtonId + index; }
 
@@ -83,52 +82,7 @@ struct CNBVersionReplyDlg::CRowLayout {
     Int neededWidth = 0; // client width that holds the row with the template's margins
 };
 
-CNBVersionReplyDlg::CNBVersionReplyDlg(CVersionScriptInterpreter* interpreter) : mInterpreter(interpreter) {}
-
-// ---- Filling in
-
-void CNBVersionReplyDlg::SetTexts(const char* title, const char* message)
-{
-    mTitle = title;
-    mMessage = message;
-}
-
-void CNBVersionReplyDlg::SetWidth(Int width) { mWidth = width; }
-
-bool CNBVersionReplyDlg::AddCheckbox(const char* text, const char* varName, bool negate, CString& error)
-{
-    if (mHasCheckbox) {
-        error = "only one checkbox allowed";
-        return false;
-    }
-    mHasCheckbox = true;
-    mCheckboxText = text;
-    mNegate = negate;
-    mCheckboxVar = varName;
-    return true;
-}
-
-bool CNBVersionReplyDlg::AddButton(const char* text, const char* label, bool isDefault, bool isClose,
-                                   CString& error)
-{
-    if (mButtonCount >= cMaxButtons)
-        error = "too many buttons";
-    else if (isDefault && mDefaultButton >= 0)
-        error = "multiple default buttons";
-    else if (isClose && mCloseButton >= 0)
-        error = "multiple close buttons";
-    else {
-        if (isDefault)
-            mDefaultButton = mButtonCount;
-        if (isClose)
-            mCloseButton = mButtonCount;
-        mButtons[mButtonCount].text = text;
-        mButtons[mButtonCount].label = label;
-        ++mButtonCount;
-        return true;
-    }
-    return false;
-}
+// ---- Showing
 
 bool CNBVersionReplyDlg::Run()
 {
@@ -298,11 +252,7 @@ void CNBVersionReplyDlg::SetUpCheckbox()
     }
     SetAutoSizedText(cCheckboxId, mCheckboxText, false);
     ::ShowWindow(Item(cCheckboxId), SW_SHOW);
-    Int current = 0; // an undefined variable counts as 0
-    (void)GlobalVars.GetInt(mCheckboxVar, current);
-    bool value = current != 0;
-    if (mNegate)
-        value = !value;
+    bool value = InitialCheckState();
     if (!::CheckDlgButton(mDlg, cCheckboxId, value ? BST_CHECKED : BST_UNCHECKED))
         ORN_ASSERT_MSG("CheckDlgButton(mDlg,1002,(UINT)(value ? 0x0001 : 0x0000))");
 }

@@ -3,29 +3,18 @@
 
 #include <windows.h>
 
-#include "String.h"
-#include "VersionScript.h"
+#include "ReplyDialogModel.h"
 
-class CNBVersionReplyDlg final : public Orn::IUpdateWatchDialog {
+class CNBVersionReplyDlg final : public CReplyDialogModel {
 public:
     // The interpreter receives the pressed button's jump and the checkbox state.
-    explicit CNBVersionReplyDlg(Orn::CVersionScriptInterpreter* interpreter);
-    CNBVersionReplyDlg(const CNBVersionReplyDlg&) = delete;
-    CNBVersionReplyDlg& operator=(const CNBVersionReplyDlg&) = delete;
+    explicit CNBVersionReplyDlg(Orn::CVersionScriptInterpreter* interpreter) : CReplyDialogModel(interpreter) {}
 
-    void SetTexts(const char* title, const char* message) override;
-    void SetWidth(Orn::Int width) override;
-    bool AddCheckbox(const char* text, const char* varName, bool negate, Orn::CString& error) override;
-    bool AddButton(const char* text, const char* label, bool isDefault, bool isClose, Orn::CString& error) override;
     // Modal, from dialog template 100 of the program.
     bool Run() override;
     void Release() override;
 
 private:
-    struct CButtonSlot {
-        Orn::CString text;
-        Orn::CString label;
-    };
     struct CRowLayout;
 
     ~CNBVersionReplyDlg() = default; // only Release destroys it
@@ -57,17 +46,5 @@ private:
     Orn::Int ClientWidth();
     Orn::Int SetAutoSizedText(Orn::Int id, const char* text, bool wrapped);
 
-    Orn::CVersionScriptInterpreter* mInterpreter;
-    Orn::CString mTitle;
-    Orn::CString mMessage;
-    Orn::Int mWidth = 0;
-    bool mHasCheckbox = false;
-    Orn::CString mCheckboxText;
-    bool mNegate = false;
-    Orn::CString mCheckboxVar;
-    Orn::Int mButtonCount = 0;
-    Orn::Int mDefaultButton = -1;
-    Orn::Int mCloseButton = -1;
-    CButtonSlot mButtons[3];
     HWND mDlg = nullptr;
 };

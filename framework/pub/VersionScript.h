@@ -86,6 +86,9 @@ protected:
     Int TokenType() const { return mTokenType; }
     const CString& TokenText() const { return mTokenText; }
     Int NumberValue() const { return mNumber; }
+    // Where reading of the current token began (white space before it included), as an offset into the running
+    // script; 0 when no script runs.
+    Int TokenStartOffset() const { return mScript ? static_cast<Int>(mTokenStart - mScript) : 0; }
 
 private:
     struct CScriptAbort {};

@@ -1,0 +1,82 @@
+#!/usr/bin/env bash
+# A real version check, offline: builds uwserver and UpdateWatch.exe, serves examples/server on a free loopback
+# port, and runs UpdateWatch.exe -v under Wine with that server as its HTTP proxy, so the request goes out for
+# the standard host and the check stays a standard one. With DISPLAY set the reply dialog waits for you;
+# without, it runs under Xvfb, a PNG of the dialog is saved and the dialog is answered. Then it prints the log,
+# the reply stored under UWResult, the server's record and the exit code, which is also this script's.
+# The check runs in a Wine prefix of its own (build/win64/demo-prefix); its files go to build/demo.
+set -uo pipefail
+root="$(cd "$(dirname "$0")/.." && pwd)"
+cd "$root"
+jobs="${ORN_JOBS:-2}"
+out="$root/build/demo"
+app_vars="PagesTotal=12 EqTotal=3 MenuTotal=5"
+result_key='HKCU\SOFTWARE\Vantrel\VRNB3\UWResult'
+
+{ cmake --preset native >/dev/null && cmake --build --preset native -j "$jobs" --target uwserver &&
+    cmake --preset win64 >/dev/null && cmake --build --preset win64 -j "$jobs" --target UpdateWatch nimbra_config; } ||
+    exit 1
+
+headless=1
+[ -n "${DISPLAY:-}" ] && headless=0
+export WINEPREFIX="$root/build/win64/demo-prefix"
+source "$root/scripts/wine-session.sh" "$root/build/win64" --keep-display
+
+mkdir -p "$out"
+rm -f "$out/requests.jsonl" "$out/dialog.png" "$out/uwserver.out" "$out/uwserver.err"
+"$root/build/native/bin/uwserver" --port 0 --record "$out/requests.jsonl" "$root/examples/server" \
+    >"$out/uwserver.out" 2>"$out/uwserver.err" &
+server=$!
+demo_stop() {
+    kill "$server" 2>/dev/null && wait "$server" 2>/dev/null
+    wine_session_stop
+}
+trap demo_stop EXIT
+
+port=""
+for _ in $(seq 1 100); do
+    port="$(sed -n 's/^listening on 127\.0\.0\.1:\([0-9]*\)$/\1/p' "$out/uwserver.out")"
+    [ -n "$port" ] || ! kill -0 "$server" 2>/dev/null && break
+    sleep 0.1
+done
+if [ -z "$port" ]; then
+    echo "uwserver did not start:" >&2
+    cat "$out/uwserver.err" >&2
+    exit 1
+fi
+echo "== uwserver serves examples/server on 127.0.0.1:$port"
+
+# Only what this check stores is shown afterwards.
+"$WINE64" reg delete "$result_key" /f >/dev/null 2>&1
+http_proxy="http://127.0.0.1:$port" "$WINE64" "$root/build/win64/bin/UpdateWatch.exe" -s -verbose -v "$app_vars" &
+app=$!
+
+# Headless: the first window the program shows is photographed and answered with the keyboard. For the
+# examples' update dialog the keys tick its checkbox and close it, which means "Later".
+if [ "$headless" = 1 ]; then
+    window=""
+    for _ in $(seq 1 300); do
+        window="$(xdotool search --onlyvisible --classname 'updatewatch.exe' 2>/dev/null | head -1)"
+        [ -n "$window" ] || ! kill -0 "$app" 2>/dev/null && break
+        sleep 0.1
+    done
+    if [ -n "$window" ]; then
+        title="$(xdotool getwindowname "$window")"
+        [ "$title" = "Version Check" ] && echo "!! the check is not a standard one: the program showed its box" >&2
+        import -window "$window" "$out/dialog.png"
+        xdotool windowfocus --sync "$window" key --delay 100 shift+Tab space Escape
+        echo "== Dialog \"$title\" answered; screenshot: $out/dialog.png"
+    fi
+fi
+wait "$app"
+code=$?
+
+log="$WINEPREFIX/drive_c/users/$(whoami)/Temp/Nimbra Version Check.log"
+echo "== Log: $log"
+[ -f "$log" ] && cat "$log"
+echo "== Stored reply: $result_key"
+"$WINE64" reg query "$result_key" 2>/dev/null | tr -d '\r' | grep -E '^ +[^ ]'
+echo "== Requests uwserver recorded: $out/requests.jsonl"
+cat "$out/requests.jsonl"
+echo "UpdateWatch.exe exit code: $code"
+exit "$code"

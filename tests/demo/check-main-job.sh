@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Runs the README's main-job command without a display and checks what it reports: its exit code, the PNG of
+# the reply dialog, the reply stored under UWResult and the one request uwserver recorded.
+set -uo pipefail
+root="$(cd "$(dirname "$0")/../.." && pwd)"
+output="$(env -u DISPLAY "$root/scripts/run.sh" 2>&1)"
+status=$?
+fail() {
+    echo "$output"
+    echo "main-job check: $1" >&2
+    exit 1
+}
+section() { sed -n "/^== $1/,/^==\|^UpdateWatch.exe exit code/p" <<<"$output" | sed '1d;$d'; }
+
+[ "$status" -eq 0 ] || fail "scripts/run.sh ended with $status"
+grep -qx 'UpdateWatch.exe exit code: 0' <<<"$output" || fail "no exit code 0 reported"
+png="$root/build/demo/dialog.png"
+grep -qF "screenshot: $png" <<<"$output" || fail "no screenshot reported"
+[ "$(file -b --mime-type "$png")" = image/png ] || fail "$png is not a PNG"
+! grep -q 'Non-standard version check\|not a standard one' <<<"$output" || fail "the check was not a standard one"
+
+stored="$(section 'Stored reply' | tr -s ' ')"
+[ "$stored" = "$(printf ' DoUpdateWatchs REG_SZ 0\n UpdateWatchFreq REG_SZ 7')" ] || fail "UWResult holds: $stored"
+
+requests="$(section 'Requests uwserver recorded')"
+[ "$(wc -l <<<"$requests")" -eq 1 ] || fail "not one recorded request: $requests"
+for part in '"method":"GET"' '"host":"versioncheck.vantrel.com' '"path":"/updatewatch/updatewatch.aspx"' \
+    '"params":{"PagesTotal":"12","EqTotal":"3","MenuTotal":"5","Notify":"X",' '"VR_ProdVer":"3.10.0.0"' \
+    '"status":200,"reply":"update.txt"}'; do
+    grep -qF "$part" <<<"$requests" || fail "the recorded request lacks $part"
+done
+echo "main-job check: passed"

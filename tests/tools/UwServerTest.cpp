@@ -1,0 +1,219 @@
+// uwserver: rules, reply pages, and the server itself against cpp-httplib's client.
+#include "VersionServer.h"
+
+#include <httplib.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "TestSupport.h"
+
+namespace {
+
+// A reply folder in a scratch directory, removed again at the end.
+class CFolder {
+public:
+    CFolder() : mPath(OrnTest::TempPath("replies")) { std::filesystem::create_directory(mPath); }
+    ~CFolder() { std::filesystem::remove_all(mPath); }
+    CFolder(const CFolder&) = delete;
+    CFolder& operator=(const CFolder&) = delete;
+
+    void Write(const std::string& name, const std::string& text) const
+    {
+        std::ofstream(mPath + "/" + name, std::ios::binary) << text;
+    }
+    const std::string& Path() const { return mPath; }
+
+private:
+    std::string mPath;
+};
+
+const char cRules[] = "# comment\n"
+                      "VR_ProdVer older than 3.2 and VR_OSLang like de-* -> de.txt\n"
+                      "VR_ProdVer older than 3.2 -> update.txt\n"
+                      "otherwise -> current.txt\n";
+
+} // namespace
+
+TEST(UwServer, RulesFileErrorsNameTheirLines)
+{
+    const struct {
+        const char* rules;
+        const char* errors;
+    } cases[] = {
+        {"otherwise -> a.txt\n", ""},
+        {"X older than 3.x -> a.txt\nY like z\nZ is 1 -> ../a.txt\nW sort of 1 -> a.txt\notherwise -> b.txt",
+         "r:1: not a version: '3.x' (write it as the program shows it: 3.2, 3.1c, 3.0 beta 2)\n"
+         "r:2: expected CONDITIONS -> FILE or otherwise -> FILE\n"
+         "r:3: the reply must be a file name in the folder: '../a.txt'\n"
+         "r:4: expected NAME older than VERSION, NAME newer than VERSION, NAME is TEXT or NAME like PATTERN\n"},
+        {"otherwise -> a.txt\nX is 1 -> b.txt\n", "r:2: no request reaches a rule after 'otherwise'\n"},
+        {"X is 1 -> b.txt\n", "r: the last rule must be 'otherwise -> FILE'\n"},
+    };
+    for (const auto& c : cases) {
+        CServerRules rules;
+        std::string errors;
+        EXPECT_EQ(rules.Parse("r", c.rules, errors), !*c.errors) << c.rules;
+        EXPECT_EQ(errors, c.errors);
+    }
+}
+
+TEST(UwServer, RulesCompareVersionsAsTheProgramSendsThem)
+{
+    CServerRules rules;
+    std::string errors;
+    ASSERT_TRUE(rules.Parse("r", cRules, errors)) << errors;
+    const struct {
+        const char* query;
+        const char* reply;
+    } cases[] = {
+        {"VR_ProdVer=3.10.0.0", "update.txt"},              // 3.1 goes out as 3.10.0.0
+        {"VR_ProdVer=3.20.0.0", "current.txt"},             // 3.2
+        {"VR_ProdVer=3.10.99.0&VR_OSLang=de-AT", "de.txt"}, // 3.1c
+        {"VR_ProdVer=3.20.0.5", "update.txt"},              // the fourth number counts as a pre-release
+        {"VR_ProdVer=3.1", "update.txt"},                   // a display form is read as one
+        {"VR_ProdVer=3.1.256.0", "current.txt"},            // no version: no version test holds
+        {"VR_ProdVer=3.0%20beta%202147483647", "current.txt"},
+        {"", "current.txt"},
+    };
+    for (const auto& c : cases) {
+        Orn::CVarList params;
+        params.ParseQuery(c.query, true);
+        EXPECT_EQ(rules.Choose(params), c.reply) << c.query;
+    }
+    EXPECT_TRUE(GlobMatch("a*b?c*", "axxbyczz"));
+    EXPECT_FALSE(GlobMatch("a*b?c", "axxbycz"));
+}
+
+TEST(UwServer, RepliesThatCannotBeServedStopTheStart)
+{
+    CFolder folder;
+    folder.Write("ok.txt", "goto nowhere;");
+    folder.Write("bad.txt", "set $a, 1;\nshow \"x\";");
+    folder.Write("marker.txt", "set $a, \"[END]\";");
+    folder.Write("big.txt", std::string(CReplyStore::cMaxPage, ' '));
+    CReplyStore store;
+    std::string errors, warnings;
+    EXPECT_FALSE(
+        store.Load(folder.Path(), {"ok.txt", "bad.txt", "marker.txt", "big.txt", "none.txt"}, errors, warnings));
+    std::string dir = folder.Path() + "/";
+    EXPECT_EQ(warnings, dir + "ok.txt:1:6: warning: can't find label (nowhere) for jump\n  goto nowhere;\n       ^\n");
+    EXPECT_EQ(errors, dir + "bad.txt:2:1: unknown command\n  show \"x\";\n  ^\n" + dir +
+                          "marker.txt:1:10: the script holds \"[END]\", which would cut it short in the reply page\n"
+                          "  set $a, \"[END]\";\n           ^\n" +
+                          dir +
+                          "big.txt: can't serve it: larger than 9985 bytes (a reply page holds at most 10000 "
+                          "bytes)\n" +
+                          dir +
+                          "none.txt: can't serve it: No such file or directory (a reply page holds at most "
+                          "10000 bytes)\n");
+    EXPECT_EQ(store.Page("ok.txt"), "[START]\ngoto nowhere;\n[END]\n");
+}
+
+// A server on a free loopback port with three replies, recording into a scratch file.
+class UwServerRunning : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        for (const char* name : {"de.txt", "update.txt", "current.txt"})
+            mFolder.Write(name, std::string("set $reply, \"") + name + "\";");
+        std::string errors, warnings;
+        ASSERT_TRUE(mRules.Parse("r", cRules, errors) &&
+                    mReplies.Load(mFolder.Path(), mRules.ReplyFiles(), errors, warnings));
+        ASSERT_TRUE(mServer.Bind("127.0.0.1", 0, errors)) << errors;
+        mServing = std::thread([this] { mServer.Serve(); });
+    }
+    void TearDown() override { Stop(); }
+    void Stop()
+    {
+        mServer.Stop();
+        if (mServing.joinable())
+            mServing.join();
+    }
+    // The record's lines from "method" on (the time differs from run to run); stops the server first.
+    std::vector<std::string> RecordLines()
+    {
+        Stop();
+        std::rewind(mRecordFile.get());
+        std::vector<std::string> lines;
+        for (char buf[2048]; std::fgets(buf, sizeof buf, mRecordFile.get());)
+            lines.push_back(std::string(buf).substr(std::string(buf).find("\"method\"")));
+        return lines;
+    }
+
+    const std::string mPage = "/updatewatch/updatewatch.aspx";
+    CFolder mFolder;
+    CServerRules mRules;
+    CReplyStore mReplies;
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> mRecordFile{std::tmpfile(), std::fclose};
+    CRequestRecord mRecord{mRecordFile.get()};
+    CVersionServer mServer{mRules, mReplies, mRecord};
+    std::thread mServing;
+};
+
+TEST_F(UwServerRunning, ChoosesRepliesForOriginAndAbsoluteTargets)
+{
+    httplib::Client client("127.0.0.1", mServer.Port());
+    httplib::Result r = client.Get(mPage + "?VR_ProdVer=3.10.0.0&VR_OSLang=de-DE");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->status, 200);
+    EXPECT_EQ(r->body, mReplies.Page("de.txt"));
+    // As the HTTP proxy of a machine, the server gets the standard host's URL as the target.
+    r = client.Get("http://versioncheck.vantrel.com" + mPage + "?VR_ProdVer=3.10.0.0&a=%41");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->body, mReplies.Page("update.txt"));
+    r = client.Post(mPage, "VR_ProdVer=3.20.0.0", "application/x-www-form-urlencoded");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->body, mReplies.Page("current.txt"));
+    auto start = std::chrono::steady_clock::now();
+    r = client.Get("/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=1");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->body, mReplies.Page("current.txt"));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << "the delay page waits";
+    std::vector<std::string> lines = RecordLines();
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[1], "\"method\":\"GET\",\"host\":\"versioncheck.vantrel.com\",\"path\":\"" + mPage +
+                            "\",\"params\":{\"VR_ProdVer\":\"3.10.0.0\",\"a\":\"A\"},\"status\":200,\"reply\":"
+                            "\"update.txt\"}\n");
+}
+
+TEST_F(UwServerRunning, RefusesWithTheReasonAndRecordsIt)
+{
+    httplib::Client client("127.0.0.1", mServer.Port());
+    const struct {
+        httplib::Result result;
+        int status;
+        const char* body;
+    } refusals[] = {
+        {client.Get("/other"), 404,
+         "no page here: /other (this server answers /updatewatch/updatewatch.aspx and "
+         "/updatewatch/UwDelayTest.aspx)\n"},
+        {client.Put(mPage, "x", "text/plain"), 405, "method PUT is not served: use GET or POST\n"},
+        {client.Post(mPage, "x=1", "text/plain"), 400, "a POST body must be application/x-www-form-urlencoded\n"},
+        {client.Post(mPage, std::string(CVersionServer::cMaxBody + 1, 'x'), "application/x-www-form-urlencoded"), 413,
+         "request body over 8192 bytes\n"},
+        {client.Get("ftp://versioncheck.vantrel.com" + mPage), 400,
+         "the request target must be a path or an http:// URL\n"},
+        {client.Get("http:///updatewatch/updatewatch.aspx"), 400, "the request target names no host\n"},
+        {client.Get("/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=121"), 400,
+         "VR_TIMEDELAY must be a whole number of seconds from 0 to 120\n"},
+    };
+    for (const auto& refusal : refusals) {
+        ASSERT_TRUE(refusal.result) << refusal.body;
+        EXPECT_EQ(refusal.result->status, refusal.status) << refusal.body;
+        EXPECT_EQ(refusal.result->body, refusal.body);
+    }
+    std::vector<std::string> lines = RecordLines();
+    ASSERT_EQ(lines.size(), std::size(refusals));
+    EXPECT_EQ(lines[1], "\"method\":\"PUT\",\"host\":\"127.0.0.1:" + std::to_string(mServer.Port()) + "\",\"path\":\"" +
+                            mPage +
+                            "\",\"params\":{},\"status\":405,\"reply\":null,\"error\":"
+                            "\"method PUT is not served: use GET or POST\"}\n");
+}

@@ -1,0 +1,39 @@
+// JSON text for the tools' machine-readable output: request records and script runs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+// Builds one JSON value: compact on one line, or indented by two spaces a level. Bytes from 0x80 up are
+// written as \u0080..\u00FF, so texts in the program's code page come out as valid JSON whatever they hold.
+class CJsonWriter {
+public:
+    explicit CJsonWriter(bool indented = false) : mIndented(indented) {}
+
+    CJsonWriter& BeginObject();
+    CJsonWriter& EndObject();
+    CJsonWriter& BeginArray();
+    CJsonWriter& EndArray();
+    // The name of the next member of the open object.
+    CJsonWriter& Key(const std::string& name);
+    CJsonWriter& String(const std::string& value);
+    CJsonWriter& Number(long long value);
+    CJsonWriter& Bool(bool value);
+    CJsonWriter& Null();
+
+    const std::string& Text() const { return mText; }
+
+private:
+    void BeforeValue();
+    CJsonWriter& Open(char bracket);
+    CJsonWriter& Close(char bracket);
+    void NewLine();
+
+    bool mIndented;
+    std::string mText;
+    std::vector<bool> mHasMembers; // one entry per open object or array
+    bool mAfterKey = false;
+};
+
+// A text as a quoted JSON string.
+std::string JsonQuoted(const std::string& text);

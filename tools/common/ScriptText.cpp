@@ -1,0 +1,98 @@
+// Line and column positions in a reply script, the excerpts that show them, and reading script files.
+#include "ScriptText.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+// How much of a line an excerpt shows, and how far before the column a cut line starts.
+constexpr std::size_t cExcerptWidth = 100;
+constexpr std::size_t cExcerptLead = 60;
+
+} // namespace
+
+CScriptText::CScriptText(std::string name, std::string text) : mName(std::move(name)), mText(std::move(text))
+{
+    mLineStarts.push_back(0);
+    for (std::size_t i = 0; i < mText.size(); ++i) {
+        if (mText[i] == '\r' && i + 1 < mText.size() && mText[i + 1] == '\n')
+            ++i;
+        if (mText[i] == '\n' || mText[i] == '\r')
+            mLineStarts.push_back(i + 1);
+    }
+}
+
+CScriptText::CPosition CScriptText::PositionOf(std::size_t offset) const
+{
+    offset = std::min(offset, mText.size());
+    auto next = std::upper_bound(mLineStarts.begin(), mLineStarts.end(), offset);
+    std::size_t line = static_cast<std::size_t>(next - mLineStarts.begin());
+    CPosition pos;
+    pos.line = static_cast<int>(line);
+    pos.column = static_cast<int>(offset - mLineStarts[line - 1] + 1);
+    return pos;
+}
+
+std::string CScriptText::Where(std::size_t offset) const
+{
+    CPosition pos = PositionOf(offset);
+    return mName + ":" + std::to_string(pos.line) + ":" + std::to_string(pos.column);
+}
+
+std::size_t CScriptText::LineEnd(std::size_t start) const
+{
+    std::size_t end = start;
+    while (end < mText.size() && mText[end] != '\n' && mText[end] != '\r')
+        ++end;
+    return end;
+}
+
+std::string CScriptText::Excerpt(std::size_t offset) const
+{
+    CPosition pos = PositionOf(offset);
+    std::size_t lineStart = mLineStarts[static_cast<std::size_t>(pos.line) - 1];
+    std::size_t column = static_cast<std::size_t>(pos.column) - 1;
+    std::size_t from = column > cExcerptLead + 20 ? column - cExcerptLead : 0;
+    std::size_t to = std::min(LineEnd(lineStart), lineStart + from + cExcerptWidth);
+    std::string line = from > 0 ? "..." : "";
+    std::string caret(line.size(), ' ');
+    for (std::size_t i = lineStart + from; i < to; ++i) {
+        unsigned char c = static_cast<unsigned char>(mText[i]);
+        line += c == '\t' || c >= 0x20 ? static_cast<char>(c) : '?';
+        if (i < lineStart + column)
+            caret += c == '\t' ? '\t' : ' ';
+    }
+    return "  " + line + "\n  " + caret + "^\n";
+}
+
+bool ReadSmallFile(const std::string& path, std::size_t maxBytes, std::string& text, std::string& error)
+{
+    std::error_code ec;
+    if (std::filesystem::is_directory(path, ec)) {
+        error = "is a directory";
+        return false;
+    }
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        error = std::strerror(errno);
+        return false;
+    }
+    text.clear();
+    char buf[4096];
+    while (in.read(buf, sizeof buf) || in.gcount() > 0) {
+        text.append(buf, static_cast<std::size_t>(in.gcount()));
+        if (text.size() > maxBytes) {
+            error = "larger than " + std::to_string(maxBytes) + " bytes";
+            return false;
+        }
+    }
+    if (in.bad()) {
+        error = "read error";
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,84 @@
+// uwscript's two commands and their options.
+#include "UwScriptCommand.h"
+
+#include "ScriptCheck.h"
+#include "ScriptRun.h"
+
+namespace {
+
+const char cUsage[] =
+    "Usage: uwscript check FILE...\n"
+    "       uwscript run FILE [--set NAME=VALUE]... [--press TEXT|--cancel]... [--checkbox on|off]... [--json]\n";
+
+// A script file is small; anything far larger is not one.
+constexpr std::size_t cMaxScriptFile = 1 << 20;
+
+bool LoadScript(const std::string& path, std::string& text, std::string& err)
+{
+    std::string why;
+    if (ReadSmallFile(path, cMaxScriptFile, text, why))
+        return true;
+    err += "uwscript: can't read " + path + ": " + why + "\n";
+    return false;
+}
+
+int Check(const std::vector<std::string>& files, std::string& out, std::string& err)
+{
+    int status = 0;
+    for (const std::string& path : files) {
+        std::string text;
+        if (!LoadScript(path, text, err)) {
+            status = 2;
+            continue;
+        }
+        std::vector<CScriptFinding> findings = CheckScript(text);
+        out += FormatFindings(CScriptText(path, text), findings);
+        if (HasErrors(findings) && status == 0)
+            status = 1;
+    }
+    return status;
+}
+
+// Reads the options of "run" into `options`; false with the reason in `why`.
+bool ParseRunOptions(const std::vector<std::string>& args, CRunOptions& options, std::string& why)
+{
+    for (std::size_t i = 2; i < args.size(); ++i) {
+        const std::string& opt = args[i];
+        bool hasValue = i + 1 < args.size();
+        if (opt == "--json") {
+            options.json = true;
+        } else if (opt == "--cancel") {
+            options.answers.push_back({true, ""});
+        } else if (opt == "--press" && hasValue) {
+            options.answers.push_back({false, args[++i]});
+        } else if (opt == "--checkbox" && hasValue && (args[i + 1] == "on" || args[i + 1] == "off")) {
+            options.checkboxes.push_back(args[++i] == "on");
+        } else if (opt == "--set" && hasValue && args[i + 1].find('=') != std::string::npos && args[i + 1][0] != '=') {
+            const std::string& pair = args[++i];
+            std::size_t eq = pair.find('=');
+            options.globals.emplace_back(pair.substr(0, eq), pair.substr(eq + 1));
+        } else {
+            why = "bad option or value: " + opt;
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+int RunUwScript(const std::vector<std::string>& args, std::string& out, std::string& err)
+{
+    std::string why;
+    CRunOptions options;
+    if (args.size() >= 2 && args[0] == "check")
+        return Check(std::vector<std::string>(args.begin() + 1, args.end()), out, err);
+    if (args.size() < 2 || args[0] != "run" || !ParseRunOptions(args, options, why)) {
+        err += (why.empty() ? "" : "uwscript: " + why + "\n") + cUsage;
+        return 2;
+    }
+    std::string text;
+    if (!LoadScript(args[1], text, err))
+        return 2;
+    return RunScriptWithAnswers(CScriptText(args[1], text), options, out);
+}

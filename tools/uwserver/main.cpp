@@ -1,0 +1,136 @@
+// uwserver: a local version server that answers the program's version requests from a folder of reply scripts.
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <pthread.h>
+#include <string>
+#include <thread>
+
+#include "Debug.h"
+#include "ScriptText.h"
+#include "VersionServer.h"
+
+namespace {
+
+const char cUsage[] = "Usage: uwserver [--port N] [--record FILE] [--listen ADDRESS] FOLDER\n";
+constexpr std::size_t cMaxRules = 64 * 1024;
+
+struct COptions {
+    int port = 8080;
+    std::string record;
+    std::string listen = "127.0.0.1";
+    std::string folder;
+};
+
+bool ParsePort(const std::string& text, int& port)
+{
+    if (text.empty() || text.size() > 5 || text.find_first_not_of("0123456789") != std::string::npos)
+        return false;
+    port = std::stoi(text);
+    return port <= 65535;
+}
+
+bool ParseOptions(int argc, char** argv, COptions& options)
+{
+    for (int i = 1; i < argc; ++i) {
+        std::string opt = argv[i];
+        bool hasValue = i + 1 < argc;
+        if (opt == "--port" && hasValue && ParsePort(argv[i + 1], options.port))
+            ++i;
+        else if (opt == "--record" && hasValue)
+            options.record = argv[++i];
+        else if (opt == "--listen" && hasValue)
+            options.listen = argv[++i];
+        else if (options.folder.empty() && !opt.empty() && opt[0] != '-')
+            options.folder = opt;
+        else
+            return false;
+    }
+    return !options.folder.empty();
+}
+
+// A framework assertion that a request provokes has been written to standard error; the server goes on.
+void GoOnAfterAssertion(const char*, const char*, Orn::Int) {}
+
+bool LoadFolder(const std::string& folder, CServerRules& rules, CReplyStore& replies)
+{
+    std::string path = folder + "/rules.txt", text, errors, warnings;
+    if (!ReadSmallFile(path, cMaxRules, text, errors)) {
+        std::fprintf(stderr, "uwserver: can't read %s: %s\n", path.c_str(), errors.c_str());
+        return false;
+    }
+    bool ok = rules.Parse(path, text, errors) && replies.Load(folder, rules.ReplyFiles(), errors, warnings);
+    std::fputs(warnings.c_str(), stderr);
+    std::fputs(errors.c_str(), stderr);
+    return ok;
+}
+
+// SIGINT, SIGTERM and SIGHUP stop the server from a thread of their own; every other thread blocks them.
+class CSignalStop {
+public:
+    explicit CSignalStop(CVersionServer& server)
+    {
+        sigemptyset(&mSignals);
+        for (int sig : {SIGINT, SIGTERM, SIGHUP})
+            sigaddset(&mSignals, sig);
+        pthread_sigmask(SIG_BLOCK, &mSignals, nullptr);
+        mWaiter = std::thread([this, &server] {
+            int sig = 0;
+            sigwait(&mSignals, &sig);
+            server.Stop();
+        });
+    }
+    // The waiter may still be waiting when the server stops on its own.
+    ~CSignalStop()
+    {
+        pthread_kill(mWaiter.native_handle(), SIGTERM);
+        mWaiter.join();
+    }
+
+private:
+    sigset_t mSignals;
+    std::thread mWaiter;
+};
+
+// Serves until a signal stops the server; the exit status.
+int Serve(const COptions& options, const CServerRules& rules, const CReplyStore& replies, std::FILE* recordTo)
+{
+    CRequestRecord record(recordTo);
+    CVersionServer server(rules, replies, record);
+    std::string error;
+    if (!server.Bind(options.listen, options.port, error)) {
+        std::fprintf(stderr, "uwserver: %s\n", error.c_str());
+        return 1;
+    }
+    std::printf("listening on %s:%d\n", options.listen.c_str(), server.Port());
+    std::fflush(stdout);
+    CSignalStop stopOnSignal(server);
+    server.Serve();
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    COptions options;
+    if (!ParseOptions(argc, argv, options)) {
+        std::fputs(cUsage, stderr);
+        return 2;
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    Orn::SetAssertHook(GoOnAfterAssertion);
+    CServerRules rules;
+    CReplyStore replies;
+    if (!LoadFolder(options.folder, rules, replies))
+        return 1;
+    if (options.record.empty())
+        return Serve(options, rules, replies, stdout);
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> recordFile(std::fopen(options.record.c_str(), "a"), std::fclose);
+    if (!recordFile) {
+        std::fprintf(stderr, "uwserver: can't open %s: %s\n", options.record.c_str(), std::strerror(errno));
+        return 1;
+    }
+    return Serve(options, rules, replies, recordFile.get());
+}
