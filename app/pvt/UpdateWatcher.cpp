@@ -40,18 +40,4 @@ void CNBVersionScriptInterpreter::ReportError(const char* error)
     ::MessageBoxA(nullptr, error, cBoxTitle, MB_ICONSTOP | MB_OK);
 }
 
-bool CNBVersionScriptInterpreter::CheckURL(const char* url)
-{
-    switch (mURLPolicy.Admit(url)) {
-    case COpenURLPolicy::urlAllowed:
-        return true;
-    case COpenURLPolicy::urlOverLimit: {
-        CString message;
-        message.Format("too many pages for 'open_new' (at most %d per run)", MaxPagesPerRun);
-        ScriptError(message);
-    }
-    case COpenURLPolicy::urlRefused:
-        break;
-    }
-    return false;
-}
+bool CNBVersionScriptInterpreter::CheckURL(const char* url) { return CheckURLPolicy(mURLPolicy, url); }

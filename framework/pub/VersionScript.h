@@ -7,6 +7,7 @@
 namespace Orn {
 
 class CVarList;
+class COpenURLPolicy;
 
 // The dialog of one `dialog` command: created, filled, run and released within that command.
 class IUpdateWatchDialog {
@@ -78,6 +79,9 @@ protected:
 
     // Records the message and abandons the run.
     [[noreturn]] void ScriptError(const char* message);
+    // A CheckURL under an open_new policy: true when the page may open; a page over the policy's cap is a
+    // script error of its own.
+    bool CheckURLPolicy(COpenURLPolicy& policy, const char* url);
 
     // The tokenizer, for extra commands.
     Int NextToken();

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "Debug.h"
+#include "OpenURLPolicy.h"
 #include "ShellOpen.h"
 #include "VarList.h"
 
@@ -148,6 +149,22 @@ bool CVersionScriptInterpreter::CheckURL(const char* url)
 {
     ORN_ASSERT(url);
     return true;
+}
+
+bool CVersionScriptInterpreter::CheckURLPolicy(COpenURLPolicy& policy, const char* url)
+{
+    switch (policy.Admit(url)) {
+    case COpenURLPolicy::urlAllowed:
+        return true;
+    case COpenURLPolicy::urlOverLimit: {
+        CString message;
+        message.Format("too many pages for 'open_new' (at most %d per run)", MaxPagesPerRun);
+        ScriptError(message);
+    }
+    case COpenURLPolicy::urlRefused:
+        break;
+    }
+    return false;
 }
 
 const char* const* CVersionScriptInterpreter::SettableVariableNames() { return nullptr; }

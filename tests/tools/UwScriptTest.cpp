@@ -167,6 +167,10 @@ TEST(UwScript, RunStopsWhereTheProgramWould)
                           "        }\n      }\n    }\n  ],\n  \"variables\": {},\n  \"end\": \"error\",\n"
                           "  \"errors\": [\n    {\n      \"line\": 1,\n      \"column\": 17,\n"
                           "      \"message\": \"can't find label () for jump\"\n    }\n  ]\n}\n");
+    CResult refused = UwScript("run", "open_new \"C:\\\\x.bat\";", {"--set", "OpenURLPolicy=web"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.out, "s.txt:1:21: illegal URL (C:\\x.bat) for 'open_new' command\n"
+                           "  open_new \"C:\\\\x.bat\";\n                      ^\nend error\n");
     CResult loop = UwScript("run", "set $a, 1;\n:again goto again;");
     EXPECT_EQ(loop.status, 1);
     EXPECT_NE(loop.out.find("s.txt:2:1: the script ran 100000 commands without ending"), std::string::npos) << loop.out;

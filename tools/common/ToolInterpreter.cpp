@@ -52,6 +52,8 @@ bool CToolInterpreter::RunScript(const std::string& script)
     mError = CEvent();
     mAssertions.clear();
     mReplyVars.Clear();
+    // The program reads its open_new policy when a run starts; so does the tool, from the globals given.
+    mURLPolicy = COpenURLPolicy(GlobalVars.Find("OpenURLPolicy"));
     CAssertScope asserts(*this);
     mRunning = script.c_str();
     bool ok = false;
@@ -83,7 +85,7 @@ IUpdateWatchDialog* CToolInterpreter::NewDialog() { return new CToolDialog(*this
 
 bool CToolInterpreter::CheckURL(const char* url)
 {
-    if (!CVersionScriptInterpreter::CheckURL(url))
+    if (!CVersionScriptInterpreter::CheckURL(url) || !CheckURLPolicy(mURLPolicy, url))
         return false;
     OpenURL(url);
     return true;

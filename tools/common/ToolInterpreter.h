@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "OpenURLPolicy.h"
 #include "ReplyDialogModel.h"
 #include "VarList.h"
 #include "VersionScript.h"
@@ -54,6 +55,7 @@ private:
     CEvent mError;
     std::vector<CEvent> mAssertions;
     Orn::CVarList mReplyVars;
+    Orn::COpenURLPolicy mURLPolicy{nullptr};
 };
 
 // The dialog of one `dialog` command as a tool sees it.
