@@ -53,8 +53,9 @@ void CUpdateWatchApp::LogURLInfo(const CString& url)
     info.Item("URL", url.Chars());
     info.Item("LEN", url.Length());
     info.Item("URL_ESC", unescaped.Chars());
-    if (CStream* log = Log())
-        log->WriteText(info);
+    LogText(info);
+    if (info.WasCut())
+        LogCut("URL info");
 }
 
 bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* overrideVars, CString& replyPage,
@@ -76,7 +77,7 @@ bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* ov
         LogURLInfo(url);
         if (ok) {
             CLogSection section(Log(), "Script");
-            LogFormat("%s\n", replyPage.Chars());
+            LogText(replyPage, "\n");
         }
     }
     return ok;
