@@ -15,12 +15,13 @@ namespace Orn {
 
 namespace {
 
-char cEmptyNarrow[1] = {0};
-WChar cEmptyWide[1] = {0};
+// Constant, so read-only memory: a write through a string that never allocated faults at once.
+const char cEmptyNarrow[1] = {0};
+const WChar cEmptyWide[1] = {0};
 
 template <class Ch> Ch* SharedEmpty();
-template <> char* SharedEmpty<char>() { return cEmptyNarrow; }
-template <> WChar* SharedEmpty<WChar>() { return cEmptyWide; }
+template <> char* SharedEmpty<char>() { return const_cast<char*>(cEmptyNarrow); }
+template <> WChar* SharedEmpty<WChar>() { return const_cast<WChar*>(cEmptyWide); }
 
 template <class Ch> Int Len(const Ch* s) { return CharTraits<Ch>::Length(s); }
 
