@@ -36,6 +36,15 @@ void DumpSection(CStream* log, const char* name, const CVarList& vars)
     vars.WriteDump(*log);
 }
 
+// A message around a path from the command line, which may be longer than a formatted text can be.
+CString Named(const char* before, const char* path, const char* after)
+{
+    CString text(before);
+    text.Append(path);
+    text.Append(after);
+    return text;
+}
+
 } // namespace
 
 bool CUpdateWatchApp::RunScript(const char* script, CVarList& replyVars)
@@ -122,9 +131,7 @@ void CUpdateWatchApp::RunScriptFile(const char* path)
 {
     CFileStream file(path, smRead | smText);
     if (!file.IsOpen()) {
-        CString msg;
-        msg.Format("Can't open script file (%s).\n", path);
-        MessageDialog(msg, MB_OK);
+        MessageDialog(Named("Can't open script file (", path, ").\n"), MB_OK);
         return;
     }
     CString script;
@@ -156,9 +163,7 @@ bool CUpdateWatchApp::CheckFromParamFile(const char* path, CString& replyPage, b
 {
     CVarList params;
     if (!ReadParamFile(path, params)) {
-        CString msg;
-        msg.Format("Can't open version params file (%s).\n", path);
-        MessageDialog(msg, MB_OK);
+        MessageDialog(Named("Can't open version params file (", path, ").\n"), MB_OK);
         return false;
     }
     if (!DoVersionCheck(params, nullptr, replyPage, true))
