@@ -46,6 +46,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size)
     format.Item(name, static_cast<Int>(size));
     CheckLength(parts[0].Length(), format.Text().Length(), cMaxFilledLength, "item fill");
     CWFormat wide(L"<N>", nullptr, fmtNoGlobals);
-    wide.Item(L"N", text.Chars());
+    wide.Item(L"N", parts.back().Chars());
     return 0;
 }
