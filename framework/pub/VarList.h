@@ -14,6 +14,10 @@ class CStream;
 // below them: a reply page holds at most 10000 bytes, and configuration and registry values are short.
 constexpr Int cMaxSubstReplacements = 10000;
 constexpr Int cMaxSubstLength = 65536; // characters
+// Passes over the whole list that still replace after the first. Each pass resolves at least one level of
+// nesting, and real texts nest a few levels; without this bound two values that name each other and grow could
+// take a pass over the whole text for every two replacements.
+constexpr Int cMaxSubstPasses = 16;
 
 struct CSubstBounds {
     Int maxReplacements = cMaxSubstReplacements;

@@ -185,12 +185,17 @@ namespace {
 template <class Ch> Int SubstituteAll(const CVarList& list, CStringT<Ch>& text, Ch open, Ch close, CSubstBudget& budget)
 {
     Int total = 0;
-    while (ContainsChar(text, open) || ContainsChar(text, close)) {
+    for (Int pass = 0; ContainsChar(text, open) || ContainsChar(text, close); ++pass) {
         CSubstituteTextVisitor<Ch> visitor(text, open, close, budget);
         list.Visit(visitor);
         total += visitor.Count();
         if (visitor.Count() == 0 || budget.cut)
             break;
+        // A pass that still replaces after the bound shows that the text has not settled.
+        if (pass == cMaxSubstPasses) {
+            budget.cut = true;
+            break;
+        }
     }
     return total;
 }
