@@ -34,8 +34,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size)
     FuzzSupport::ExpectAssertions({"bad format character", "DecodeFormatSpec(fmtSpecStr,fmtSpec)"});
     std::vector<CString> parts = Parts(FuzzSupport::Text(data, size));
     CVarList vars;
-    for (size_t i = 1; i + 1 < parts.size(); i += 2)
-        vars.Set(parts[i].IsEmpty() ? "x" : parts[i].Chars(), parts[i + 1]);
+    for (size_t i = 1; i + 1 < parts.size(); i += 2) {
+        const char* name = parts[i].IsEmpty() ? "x" : parts[i].Chars();
+        if (!vars.IsReadOnly(name[0] == '%' ? name + 1 : name)) // setting it again is a program error
+            vars.Set(name, parts[i + 1]);
+    }
     CString text = parts[0];
     vars.Substitute(text);
     CheckLength(parts[0].Length(), text.Length(), cMaxSubstLength, "substitution");
