@@ -44,7 +44,16 @@ void LogCheckFailureCause(CUpdateWatchApp& app, RStatus status)
     if (cause)
         app.LogFormat("The version server's certificate was refused: %s.\n", cause);
     else if (status == E_InternetBadScheme)
-        app.LogFormat("Unknown VersionScheme (%s): only \"http\" and \"https\" are known.\n", scheme ? scheme : "");
+        app.LogText("Unknown VersionScheme (", scheme ? scheme : "", "): only \"http\" and \"https\" are known.\n");
+}
+
+// A message around a path from the command line, which may be longer than a formatted text can be.
+CString Named(const char* before, const char* path, const char* after)
+{
+    CString text(before);
+    text.Append(path);
+    text.Append(after);
+    return text;
 }
 
 } // namespace
@@ -64,8 +73,9 @@ void CUpdateWatchApp::LogURLInfo(const CString& url)
     info.Item("URL", url.Chars());
     info.Item("LEN", url.Length());
     info.Item("URL_ESC", unescaped.Chars());
-    if (CStream* log = Log())
-        log->WriteText(info);
+    LogText(info);
+    if (info.WasCut())
+        LogCut("URL info");
 }
 
 bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* overrideVars, CString& replyPage,
@@ -88,7 +98,7 @@ bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* ov
         LogURLInfo(url);
         if (ok) {
             CLogSection section(Log(), "Script");
-            LogFormat("%s\n", replyPage.Chars());
+            LogText(replyPage, "\n");
         }
     }
     return ok;
@@ -135,9 +145,7 @@ void CUpdateWatchApp::RunScriptFile(const char* path)
 {
     CFileStream file(path, smRead | smText);
     if (!file.IsOpen()) {
-        CString msg;
-        msg.Format("Can't open script file (%s).\n", path);
-        MessageDialog(msg, MB_OK);
+        MessageDialog(Named("Can't open script file (", path, ").\n"), MB_OK);
         return;
     }
     CString script;
@@ -169,9 +177,7 @@ bool CUpdateWatchApp::CheckFromParamFile(const char* path, CString& replyPage, b
 {
     CVarList params;
     if (!ReadParamFile(path, params)) {
-        CString msg;
-        msg.Format("Can't open version params file (%s).\n", path);
-        MessageDialog(msg, MB_OK);
+        MessageDialog(Named("Can't open version params file (", path, ").\n"), MB_OK);
         return false;
     }
     if (!DoVersionCheck(params, nullptr, replyPage, true))

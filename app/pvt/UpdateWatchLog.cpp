@@ -24,6 +24,15 @@ void CUpdateWatchApp::LogFormat(const char* format, ...)
     va_end(args);
 }
 
+void CUpdateWatchApp::LogText(const char* text, const char* more, const char* end)
+{
+    CStream* log = Log();
+    if (log && log->WriteText(text) && log->WriteText(more))
+        log->WriteText(end);
+}
+
+void CUpdateWatchApp::LogCut(const char* what) { LogText("Text cut short at a substitution bound: ", what, ".\n"); }
+
 bool CUpdateWatchApp::OpenLog(const char* filename, bool fixedName)
 {
     CloseLog();
@@ -84,9 +93,9 @@ bool CUpdateWatchApp::StatusStepResult(RStatus status, const char* msg, bool qui
 void CUpdateWatchApp::MessageDialog(const char* text, DWord style)
 {
     if (mSuppressDialogs) {
-        LogFormat("MessageDialog (suppressed due to -s option):\n%s\n", text);
+        LogText("MessageDialog (suppressed due to -s option):\n", text, "\n");
         return;
     }
-    LogFormat("MessageDialog: displayed\n%s\n", text);
+    LogText("MessageDialog: displayed\n", text, "\n");
     ::MessageBoxA(nullptr, text, "UpdateWatch", style);
 }

@@ -16,7 +16,7 @@ bool CUpdateWatchApp::TakeStock()
                           "Could not get UpdateWatch.exe's directory", true))
         return false;
     mInstallSourceFolder = dir;
-    LogFormat("Install source folder = '%s'.\n", mInstallSourceFolder.DisplayText());
+    LogText("Install source folder = '", mInstallSourceFolder.DisplayText(), "'.\n");
     if (!GetOwnVersion() || !InitInstallationDirectories())
         return false;
     CheckInstalledProduct();
@@ -48,7 +48,7 @@ bool CUpdateWatchApp::InitInstallationDirectories()
     if (!StatusStepResult(CLocalFileSystem::Get().GetSpecialDirectory("WinProgramFilesDir", dir),
                           "Get 'Program Files' directory", true))
         return false;
-    LogFormat("'Program Files' directory = '%s'.\n", dir.DisplayText());
+    LogText("'Program Files' directory = '", dir.DisplayText(), "'.\n");
     // The message names the product while the component is the program's own name; kept as it is.
     return StatusStepResult(dir.Append("Vantrel"), "Append 'Vantrel'", true) &&
            StatusStepResult(dir.Append("UpdateWatch"), "Append 'Nimbra'", true);
@@ -63,12 +63,12 @@ void CUpdateWatchApp::CheckInstalledProduct()
         CString text;
         if (StepResult(versionKey.OpenRelative(classKey, "InstalledVersion"), "Open InstalledVersion key", true) &&
             StepResult(versionKey.GetString("", text), "Read InstalledVersion default value", true)) {
-            LogFormat("InstalledVersion = '%s'.\n", text.Chars());
+            LogText("InstalledVersion = '", text, "'.\n");
             StepResult(mInstalledVersion.Parse(text), "Convert InstalledVersion value", true);
         }
         if (StepResult(serverKey.OpenRelative(classKey, "InprocServer32"), "Open InprocServer32 key", true) &&
             StepResult(serverKey.GetString("", text), "Read InprocServer32 default value", true)) {
-            LogFormat("server path from InprocServer32 key = '%s'.\n", text.Chars());
+            LogText("server path from InprocServer32 key = '", text, "'.\n");
             if (!text.IsEmpty())
                 mServerPath = CPath(text);
         }

@@ -21,7 +21,7 @@ CNBVersionScriptInterpreter::CNBVersionScriptInterpreter(bool singleStep)
 {
     CUpdateWatchApp* app = CUpdateWatchApp::Get();
     if (!mURLPolicy.Known() && app)
-        app->LogFormat("Unknown OpenURLPolicy (%s): treated as \"web\".\n", GlobalVars.Find("OpenURLPolicy"));
+        app->LogText("Unknown OpenURLPolicy (", GlobalVars.Find("OpenURLPolicy"), "): treated as \"web\".\n");
 }
 
 IUpdateWatchDialog* CNBVersionScriptInterpreter::NewDialog() { return new CNBVersionReplyDlg(this); }

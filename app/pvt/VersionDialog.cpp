@@ -4,6 +4,7 @@
 #include <initializer_list>
 
 #include "Debug.h"
+#include "UpdateWatch.h"
 #include "VarList.h"
 
 using namespace Orn;
@@ -71,6 +72,16 @@ CString WindowText(HWND hwnd)
     ::GetWindowTextA(hwnd, text.Lock(len), len + 1);
     text.Unlock();
     return text;
+}
+
+// Fills the "<name>" references of a dialog text; a text cut at a bound is shown as far as it got, and logged.
+CString Substituted(const char* text, const char* what)
+{
+    CString out(text);
+    CUpdateWatchApp* app = CUpdateWatchApp::Get();
+    if (!GlobalVars.SubstituteBounded(out, "<>", CSubstBounds()) && app)
+        app->LogCut(what);
+    return out;
 }
 
 } // namespace
@@ -272,8 +283,7 @@ void CNBVersionReplyDlg::SetUpDefaultButton()
 
 void CNBVersionReplyDlg::SetTitle()
 {
-    CString title(mTitle);
-    GlobalVars.Substitute(title, "<>");
+    CString title = Substituted(mTitle, "reply dialog title");
     if (!::SetWindowTextA(mDlg, title))
         ORN_ASSERT_MSG("::SetWindowTextA(mDlg,title)");
 }
@@ -349,8 +359,7 @@ Int CNBVersionReplyDlg::ClientWidth()
 // The "<name>" references are filled before measuring, so the control fits what it shows.
 Int CNBVersionReplyDlg::SetAutoSizedText(Int id, const char* text, bool wrapped)
 {
-    CString newText(text);
-    GlobalVars.Substitute(newText, "<>");
+    CString newText = Substituted(text, "reply dialog text");
     HWND ctl = Item(id);
     CString oldText = WindowText(ctl);
     RECT rc = ItemRect(id);

@@ -13,6 +13,12 @@ enum : DWord {
     fmtNoGlobals = 0x1, // do not substitute the global variables into the text at construction
 };
 
+// Bounds on filling one item. A value that holds its own item would be filled again without end, and a width
+// such as "<Name:2000000000>" would fill past any memory. Real templates hold an item a few times, and the
+// longest real value is a request URL, well under a tenth of the length bound.
+constexpr Int cMaxItemFills = 1000;
+constexpr Int cMaxFilledLength = 0x100000; // characters
+
 // Narrow (CFormat) and wide (CWFormat) templates behave alike.
 template <class Ch> class CFormatT {
 public:
@@ -33,7 +39,8 @@ public:
     explicit CFormatT(const Ch* text, const Ch* delims = nullptr, DWord options = 0);
 
     // Replaces every occurrence of the item var (searching the inserted text too, so a value must not hold
-    // its own item); true when any replacement was made.
+    // its own item); true when any replacement was made. A fill that would pass a bound is not made: the
+    // item stays in the text, the fill stops and WasCut tells.
     bool Item(const Ch* var, const void* item, FormatFunc fmtFunc);
     // Integer item: conversions d, x, X, o, c; fill "0" or blank and a width, as in "<Num:04d>".
     bool Item(const Ch* var, Int value);
@@ -42,6 +49,8 @@ public:
     bool Item(const Ch* var, const WChar* value);
 
     const CText& Text() const { return mText; }
+    // True once a fill of this template stopped at a bound.
+    bool WasCut() const { return mCut; }
     operator const Ch*() const { return mText.Chars(); }
 
     // Fill ("0" leading), width digits, then one of X c d o u x or the end (conversion left empty).
@@ -54,13 +63,14 @@ public:
 private:
     static constexpr Int cMaxSpecLen = 10;
 
-    Int FindItem(Int index, const Ch* var, Ch* fmtSpec);
+    Int FindItem(Int index, const Ch* var, Ch* fmtSpec, Int& end) const;
     Int ItemEnd(Int afterName, Ch* fmtSpec) const;
     Int FindChar(Ch c, Int start) const;
 
     CText mText;
     Ch mOpen;
     Ch mClose;
+    bool mCut = false;
 };
 
 extern template class CFormatT<char>;

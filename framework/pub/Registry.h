@@ -23,6 +23,8 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "Platform.h"
@@ -73,13 +75,18 @@ public:
     // False when there was none.
     bool RemoveDir(const char* name);
     bool RemoveValue(const char* name);
-    void Clear() { mChildren.clear(); }
+    void Clear();
 
 private:
+    // The index key: the kind, then the name folded to lower case, as names compare.
+    static std::string Key(const char* name, Int type);
     CRegNode* Find(const char* name, Int type) const;
+    CRegNode& Append(std::unique_ptr<CRegNode> node);
     bool Remove(const char* name, Int type);
 
     std::vector<std::unique_ptr<CRegNode>> mChildren;
+    // Directories and values by name, so that a large directory is not searched from the start each time.
+    std::unordered_map<std::string, CRegNode*> mIndex;
 };
 
 // A tree of directories and values. Failures: E_BadArgument (malformed path), E_BadSyntax (a name longer

@@ -97,7 +97,9 @@ public:
     bool operator!=(const Ch* s) const { return !(*this == s); }
 
 private:
-    void Reserve(Int chars);
+    // The most characters a buffer holds, terminator included.
+    static constexpr Int64 cMaxCapacity = 0x7FFFFFFF;
+    void Reserve(Int64 chars);
     void FreeBuffer();
     bool OwnsBuffer() const;
 

@@ -9,6 +9,21 @@ namespace Orn {
 
 class CStream;
 
+// Bounds on substituting a list into one text. A value that refers to itself, directly or through other
+// variables, would otherwise run without end or double the text until memory runs out. Real texts stay far
+// below them: a reply page holds at most 10000 bytes, and configuration and registry values are short.
+constexpr Int cMaxSubstReplacements = 10000;
+constexpr Int cMaxSubstLength = 65536; // characters
+// Passes over the whole list that still replace after the first. Each pass resolves at least one level of
+// nesting, and real texts nest a few levels; without this bound two values that name each other and grow could
+// take a pass over the whole text for every two replacements.
+constexpr Int cMaxSubstPasses = 16;
+
+struct CSubstBounds {
+    Int maxReplacements = cMaxSubstReplacements;
+    Int maxLength = cMaxSubstLength;
+};
+
 class CVarList {
 public:
     class CVisitor {
@@ -48,9 +63,13 @@ public:
     // Visits in list order; false as soon as the visitor says stop.
     bool Visit(CVisitor& visitor) const;
 
-    // Replaces "<NAME>" references (or the given two delimiters) until a pass makes no change.
+    // Replaces "<NAME>" references (or the given two delimiters) until a pass makes no change, within the
+    // default bounds; the number of replacements.
     Int Substitute(CString& text, const char* delims = nullptr) const;
     Int Substitute(CWString& text, const WChar* delims = nullptr) const;
+    // The same within the given bounds; false when one stopped it, the text then stays as far as it got.
+    bool SubstituteBounded(CString& text, const char* delims, const CSubstBounds& bounds,
+                           Int* replacements = nullptr) const;
 
     // Sets the pairs of "a=1&b=2" (urlForm, form-decoded) or "a=1 b=2"; the number of variables set.
     Int ParseQuery(const char* queryStr, bool urlForm);

@@ -128,8 +128,8 @@ template <class Ch> Int CFormatT<Ch>::ItemEnd(Int afterName, Ch* fmtSpec) const
     return close;
 }
 
-// Finds the item from index on, cuts it out of the text and returns where it was, or -1.
-template <class Ch> Int CFormatT<Ch>::FindItem(Int index, const Ch* var, Ch* fmtSpec)
+// Finds the item from index on: where it starts, or -1; end is set to its close delimiter.
+template <class Ch> Int CFormatT<Ch>::FindItem(Int index, const Ch* var, Ch* fmtSpec, Int& end) const
 {
     ORN_ASSERT(index >= 0);
     ORN_ASSERT(var);
@@ -144,11 +144,9 @@ template <class Ch> Int CFormatT<Ch>::FindItem(Int index, const Ch* var, Ch* fmt
         while (i < nameLen && open + 1 + i < mText.Length() && mText[open + 1 + i] == var[i])
             ++i;
         if (i == nameLen) {
-            Int end = ItemEnd(afterName, fmtSpec);
-            if (end >= 0) {
-                mText.Remove(open, end - open + 1);
+            end = ItemEnd(afterName, fmtSpec);
+            if (end >= 0)
                 return open;
-            }
             next = afterName;
         }
         open = FindChar(mOpen, next);
@@ -165,9 +163,19 @@ template <class Ch> bool CFormatT<Ch>::Item(const Ch* var, const void* item, For
         return false;
     bool replaced = false;
     Ch fmtSpec[cMaxSpecLen + 1];
-    for (Int index = FindItem(0, var, fmtSpec); index >= 0; index = FindItem(index, var, fmtSpec)) {
+    Int end = 0;
+    Int fills = 0;
+    for (Int index = FindItem(0, var, fmtSpec, end); index >= 0; index = FindItem(index, var, fmtSpec, end)) {
         CText out;
-        if (fmtFunc(fmtSpec, item, out)) {
+        bool produced = fmtFunc(fmtSpec, item, out);
+        Int itemLen = end - index + 1;
+        if (fills == cMaxItemFills || Int64(mText.Length()) - itemLen + out.Length() > cMaxFilledLength) {
+            mCut = true;
+            break;
+        }
+        ++fills;
+        mText.Remove(index, itemLen);
+        if (produced) {
             mText.Insert(out, index);
             replaced = true;
         }
@@ -211,12 +219,16 @@ template <class Ch> bool CFormatT<Ch>::DecodeFormatSpec(const Ch* fmtSpecStr, CF
 
 namespace {
 
-// The fill width minus the length times, then the text; the fill therefore goes before any sign.
+// The fill width minus the length times, then the text; the fill therefore goes before any sign. A width
+// past the Int range gives no fill, and a fill past the template's length bound stops just above it, which
+// is enough for Item to refuse it.
 template <class Ch, class CText> void AppendFilled(CText& out, const Ch* text, Ch fill, DWord width)
 {
     DWord len = DWord(CharTraits<Ch>::Length(text));
-    if (width > len)
-        out.AppendChar(fill, Int(width - len));
+    if (width > len) {
+        Int count = Int(width - len);
+        out.AppendChar(fill, count > cMaxFilledLength ? cMaxFilledLength + 1 : count);
+    }
     out.Append(text);
 }
 

@@ -1,6 +1,8 @@
 // Registry directories and the tree registry in memory.
 #include "Registry.h"
 
+#include <cctype>
+
 namespace Orn {
 
 // ---- CRegistry
@@ -42,13 +44,27 @@ bool CRegistry::IsCommentText(const char* text)
 
 // ---- CRegDir
 
+std::string CRegDir::Key(const char* name, Int type)
+{
+    std::string key(1, static_cast<char>('0' + type));
+    for (const char* p = name; *p; ++p)
+        key += static_cast<char>(std::tolower(static_cast<unsigned char>(*p)));
+    return key;
+}
+
 CRegNode* CRegDir::Find(const char* name, Int type) const
 {
-    for (const std::unique_ptr<CRegNode>& child : mChildren) {
-        if (child->Type() == type && Str::IEqual(child->Name(), name))
-            return child.get();
-    }
-    return nullptr;
+    auto it = mIndex.find(Key(name, type));
+    return it == mIndex.end() ? nullptr : it->second;
+}
+
+CRegNode& CRegDir::Append(std::unique_ptr<CRegNode> node)
+{
+    mChildren.push_back(std::move(node));
+    CRegNode& added = *mChildren.back();
+    if (added.Type() != regComment)
+        mIndex[Key(added.Name(), added.Type())] = &added;
+    return added;
 }
 
 CRegDir* CRegDir::FindDir(const char* name) const { return static_cast<CRegDir*>(Find(name, regDirectory)); }
@@ -59,8 +75,7 @@ CRegDir& CRegDir::AddDir(const char* name)
 {
     if (CRegDir* dir = FindDir(name))
         return *dir;
-    mChildren.push_back(std::make_unique<CRegDir>(name));
-    return static_cast<CRegDir&>(*mChildren.back());
+    return static_cast<CRegDir&>(Append(std::make_unique<CRegDir>(name)));
 }
 
 void CRegDir::SetValue(const char* name, const char* text)
@@ -68,20 +83,30 @@ void CRegDir::SetValue(const char* name, const char* text)
     if (CRegNode* value = Find(name, regValue))
         value->SetText(text);
     else
-        mChildren.push_back(std::make_unique<CRegNode>(regValue, name, text));
+        Append(std::make_unique<CRegNode>(regValue, name, text));
 }
 
-void CRegDir::AddComment(const char* text) { mChildren.push_back(std::make_unique<CRegNode>(regComment, "", text)); }
+void CRegDir::AddComment(const char* text) { Append(std::make_unique<CRegNode>(regComment, "", text)); }
 
 bool CRegDir::Remove(const char* name, Int type)
 {
+    CRegNode* node = Find(name, type);
+    if (!node)
+        return false;
+    mIndex.erase(Key(name, type));
     for (auto it = mChildren.begin(); it != mChildren.end(); ++it) {
-        if ((*it)->Type() == type && Str::IEqual((*it)->Name(), name)) {
+        if (it->get() == node) {
             mChildren.erase(it);
-            return true;
+            break;
         }
     }
-    return false;
+    return true;
+}
+
+void CRegDir::Clear()
+{
+    mIndex.clear();
+    mChildren.clear();
 }
 
 bool CRegDir::RemoveDir(const char* name) { return Remove(name, regDirectory); }

@@ -15,14 +15,27 @@ namespace Orn {
 
 namespace {
 
-char cEmptyNarrow[1] = {0};
-WChar cEmptyWide[1] = {0};
+// Constant, so read-only memory: a write through a string that never allocated faults at once.
+const char cEmptyNarrow[1] = {0};
+const WChar cEmptyWide[1] = {0};
 
 template <class Ch> Ch* SharedEmpty();
-template <> char* SharedEmpty<char>() { return cEmptyNarrow; }
-template <> WChar* SharedEmpty<WChar>() { return cEmptyWide; }
+template <> char* SharedEmpty<char>() { return const_cast<char*>(cEmptyNarrow); }
+template <> WChar* SharedEmpty<WChar>() { return const_cast<WChar*>(cEmptyWide); }
 
 template <class Ch> Int Len(const Ch* s) { return CharTraits<Ch>::Length(s); }
+
+// The source's length, or count when that is shorter: the source is read no further than count characters,
+// so raw bytes without a terminator can be appended.
+template <class Ch> Int ClampCount(const Ch* s, Int count)
+{
+    if (count < 0)
+        return Len(s);
+    Int n = 0;
+    while (n < count && s[n] != 0)
+        ++n;
+    return n;
+}
 
 template <class Ch> Ch FoldCase(Ch c);
 template <> char FoldCase<char>(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
@@ -141,18 +154,23 @@ template <class Ch> void CStringT<Ch>::FreeBuffer()
     mCapacity = 0;
 }
 
-// Grows to hold at least `chars` characters plus the terminator; never shrinks.
-template <class Ch> void CStringT<Ch>::Reserve(Int chars)
+// Grows to hold at least `chars` characters plus the terminator; never shrinks. Sizes are worked out in 64 bits:
+// a length past the Int range is refused as an allocation failure is, never wrapped round.
+template <class Ch> void CStringT<Ch>::Reserve(Int64 chars)
 {
-    Int need = chars + 1;
+    Int64 need = chars + 1;
     if (OwnsBuffer() && need <= mCapacity)
         return;
-    Int cap = need < 16 ? 16 : need + need / 2;
-    Ch* buf = new Ch[cap];
+    if (chars < 0 || need > cMaxCapacity)
+        throw std::bad_alloc();
+    Int64 cap = need < 16 ? 16 : need + need / 2;
+    if (cap > cMaxCapacity)
+        cap = cMaxCapacity;
+    Ch* buf = new Ch[static_cast<size_t>(cap)];
     std::memcpy(buf, mBuf, sizeof(Ch) * (mLen + 1));
     FreeBuffer();
     mBuf = buf;
-    mCapacity = cap;
+    mCapacity = static_cast<Int>(cap);
 }
 
 template <class Ch> Ch* CStringT<Ch>::Lock(Int len)
@@ -176,7 +194,9 @@ template <class Ch> void CStringT<Ch>::Empty()
 {
     ORN_ASSERT(IsUnlocked());
     mLen = 0;
-    mBuf[0] = 0;
+    // The shared empty buffer of a string that never allocated is never written.
+    if (OwnsBuffer())
+        mBuf[0] = 0;
 }
 
 template <class Ch> const Ch* CStringT<Ch>::Append(const Ch* cp, Int count)
@@ -185,16 +205,14 @@ template <class Ch> const Ch* CStringT<Ch>::Append(const Ch* cp, Int count)
     ORN_ASSERT(IsUnlocked());
     if (!cp)
         return mBuf;
-    Int srcLen = Len(cp);
-    if (count < 0 || count > srcLen)
-        count = srcLen;
+    count = ClampCount(cp, count);
     if (count == 0)
         return mBuf;
     if (OwnsBuffer() && cp >= mBuf && cp < mBuf + mCapacity) {
         CStringT copy(cp, count);
         return Append(copy.mBuf, count);
     }
-    Reserve(mLen + count);
+    Reserve(Int64(mLen) + count);
     std::memcpy(mBuf + mLen, cp, sizeof(Ch) * count);
     mLen += count;
     mBuf[mLen] = 0;
@@ -206,7 +224,7 @@ template <class Ch> void CStringT<Ch>::AppendChar(Ch ch, Int count)
     ORN_ASSERT(IsUnlocked());
     if (count <= 0)
         return;
-    Reserve(mLen + count);
+    Reserve(Int64(mLen) + count);
     for (Int i = 0; i < count; ++i)
         mBuf[mLen++] = ch;
     mBuf[mLen] = 0;
@@ -222,15 +240,13 @@ template <class Ch> void CStringT<Ch>::Insert(const Ch* cp, Int pos, Int count)
         return;
     if (pos == -1)
         pos = mLen;
-    Int srcLen = Len(cp);
-    if (count < 0 || count > srcLen)
-        count = srcLen;
+    count = ClampCount(cp, count);
     if (count == 0)
         return;
     CStringT copy(cp, count); // the source may live in this buffer
     Int tailLen = mLen - pos + 1;
     ORN_ASSERT(tailLen>0);
-    Reserve(mLen + count);
+    Reserve(Int64(mLen) + count);
     std::memmove(mBuf + pos + count, mBuf + pos, sizeof(Ch) * tailLen);
     Int insertLen = count;
     ORN_ASSERT(insertLen>=0);
@@ -314,7 +330,7 @@ template <class Ch> CStringT<Ch> CStringT<Ch>::Mid(Int pos, Int count) const
         pos = 0;
     if (pos > mLen)
         pos = mLen;
-    if (count < 0 || pos + count > mLen)
+    if (count < 0 || count > mLen - pos)
         count = mLen - pos;
     return CStringT(mBuf + pos, count);
 }

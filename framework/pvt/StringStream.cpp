@@ -17,9 +17,12 @@ bool CStringStream::Open(CString& str, DWord mode)
     return true;
 }
 
+// A string cut shorter than what was already read has nothing left; the position never moves back.
 bool CStringStream::DoRead(void* buf, Int count, Int& got)
 {
     Int left = mString->Length() - mReadPos;
+    if (left < 0)
+        left = 0;
     got = left < count ? left : count;
     if (got > 0)
         std::memcpy(buf, mString->Chars() + mReadPos, static_cast<size_t>(got));
@@ -31,6 +34,7 @@ bool CStringStream::DoWrite(const void* buf, Int count)
 {
     if (std::memchr(buf, 0, static_cast<size_t>(count)))
         return Fail(E_Write);
+    // Exactly count bytes: the caller's bytes need not be terminated.
     mString->Append(static_cast<const char*>(buf), count);
     return true;
 }

@@ -3,6 +3,8 @@
 
 #include <climits>
 #include <cstdlib>
+#include <string>
+#include <unordered_set>
 
 #include "Debug.h"
 #include "Escape.h"
@@ -20,6 +22,19 @@ struct CVarList::CVar {
     CVar* next = nullptr;
 };
 
+// What one substitution may still do. A replacement that would pass a bound is not made.
+struct CSubstBudget {
+    CSubstBounds bounds;
+    Int replacements = 0;
+    bool cut = false;
+
+    bool Allows(Int64 newLength)
+    {
+        cut = replacements >= bounds.maxReplacements || newLength > bounds.maxLength;
+        return !cut;
+    }
+};
+
 namespace {
 
 template <class Ch> bool ContainsChar(const CStringT<Ch>& text, Ch c)
@@ -35,7 +50,7 @@ template <class Ch> bool ContainsChar(const CStringT<Ch>& text, Ch c)
 // one character into the inserted value, so a value that holds "<NAME>" of another variable is left for the
 // next pass rather than missed.
 template <class Ch, class GetValue>
-Int SubstituteOne(CStringT<Ch>& text, const Ch* name, Ch open, Ch close, GetValue getValue)
+Int SubstituteOne(CStringT<Ch>& text, const Ch* name, Ch open, Ch close, GetValue getValue, CSubstBudget& budget)
 {
     Int nameLen = CharTraits<Ch>::Length(name);
     Int count = 0;
@@ -46,9 +61,13 @@ Int SubstituteOne(CStringT<Ch>& text, const Ch* name, Ch open, Ch close, GetValu
             break;
         Int end = p + nameLen;
         if (p > 0 && text[p - 1] == open && end < text.Length() && text[end] == close) {
+            const Ch* value = getValue();
+            if (!budget.Allows(Int64(text.Length()) - (nameLen + 2) + CharTraits<Ch>::Length(value)))
+                break;
             text.Remove(p - 1, nameLen + 2);
-            text.Insert(getValue(), p - 1);
+            text.Insert(value, p - 1);
             ++count;
+            ++budget.replacements;
             pos = p;
         } else {
             pos = p + 1;
@@ -57,13 +76,15 @@ Int SubstituteOne(CStringT<Ch>& text, const Ch* name, Ch open, Ch close, GetValu
     return count;
 }
 
-Int SubstituteVar(CStringT<char>& text, const char* name, const char* value, char open, char close)
+Int SubstituteVar(CStringT<char>& text, const char* name, const char* value, char open, char close,
+                  CSubstBudget& budget)
 {
-    return SubstituteOne<char>(text, name, open, close, [value] { return value; });
+    return SubstituteOne<char>(text, name, open, close, [value] { return value; }, budget);
 }
 
 // Converts the name once and the value only before the first replacement.
-Int SubstituteVar(CStringT<WChar>& text, const char* name, const char* value, WChar open, WChar close)
+Int SubstituteVar(CStringT<WChar>& text, const char* name, const char* value, WChar open, WChar close,
+                  CSubstBudget& budget)
 {
     CWString wName;
     wName.AssignNarrow(name);
@@ -76,20 +97,75 @@ Int SubstituteVar(CStringT<WChar>& text, const char* name, const char* value, WC
         }
         return wValue.Chars();
     };
-    return SubstituteOne<WChar>(text, wName.Chars(), open, close, getValue);
+    return SubstituteOne<WChar>(text, wName.Chars(), open, close, getValue, budget);
+}
+
+// The names that stand between the delimiters somewhere in the text ("<A>" gives A). A variable whose name
+// holds neither delimiter can only be replaced when its name is among them, so a pass skips the others
+// without searching the whole text once for each.
+template <class Ch> class CReferenceSet {
+public:
+    CReferenceSet(Ch open, Ch close) : mOpen(open), mClose(close) {}
+
+    // Only the innermost spans: an outer one holds a delimiter, which such names are never skipped for.
+    void Build(const CStringT<Ch>& text)
+    {
+        mNames.clear();
+        Int close = -1;
+        for (Int i = text.Length() - 1; i >= 0 && mOpen != mClose; --i) {
+            if (text[i] == mClose) {
+                close = i;
+            } else if (text[i] == mOpen && close > i) {
+                mNames.emplace(text.Chars() + i + 1, static_cast<size_t>(close - i - 1));
+                close = -1;
+            }
+        }
+    }
+
+    bool MayHold(const Ch* name) const
+    {
+        for (const Ch* p = name; *p; ++p) {
+            if (*p == mOpen || *p == mClose)
+                return true;
+        }
+        return mOpen == mClose || mNames.count(name) != 0;
+    }
+
+private:
+    Ch mOpen;
+    Ch mClose;
+    std::unordered_set<std::basic_string<Ch>> mNames;
+};
+
+template <class Ch> bool MayHold(const CReferenceSet<Ch>& refs, const char* name);
+template <> bool MayHold<char>(const CReferenceSet<char>& refs, const char* name) { return refs.MayHold(name); }
+template <> bool MayHold<WChar>(const CReferenceSet<WChar>& refs, const char* name)
+{
+    CWString wName;
+    wName.AssignNarrow(name);
+    return refs.MayHold(wName.Chars());
 }
 
 } // namespace
 
-// Substitutes every variable of a list into one text, counting the replacements.
+// Substitutes every variable of a list into one text, counting the replacements; stops when a bound is hit.
 template <class Ch> class CSubstituteTextVisitor : public CVarList::CVisitor {
 public:
-    CSubstituteTextVisitor(CStringT<Ch>& text, Ch open, Ch close) : mText(text), mOpen(open), mClose(close) {}
+    CSubstituteTextVisitor(CStringT<Ch>& text, Ch open, Ch close, CSubstBudget& budget)
+        : mText(text), mOpen(open), mClose(close), mBudget(budget), mRefs(open, close)
+    {
+        mRefs.Build(text);
+    }
 
     bool Visit(const char* name, const char* value) override
     {
-        mCount += SubstituteVar(mText, name, value, mOpen, mClose);
-        return true;
+        if (!MayHold(mRefs, name))
+            return true;
+        Int count = SubstituteVar(mText, name, value, mOpen, mClose, mBudget);
+        if (count > 0)
+            mRefs.Build(mText);
+        mCount += count;
+        return !mBudget.cut;
     }
 
     Int Count() const { return mCount; }
@@ -98,21 +174,28 @@ private:
     CStringT<Ch>& mText;
     Ch mOpen;
     Ch mClose;
+    CSubstBudget& mBudget;
+    CReferenceSet<Ch> mRefs;
     Int mCount = 0;
 };
 
 namespace {
 
 // Passes over the whole list until one makes no replacement, so nested references resolve fully.
-template <class Ch> Int SubstituteAll(const CVarList& list, CStringT<Ch>& text, Ch open, Ch close)
+template <class Ch> Int SubstituteAll(const CVarList& list, CStringT<Ch>& text, Ch open, Ch close, CSubstBudget& budget)
 {
     Int total = 0;
-    while (ContainsChar(text, open) || ContainsChar(text, close)) {
-        CSubstituteTextVisitor<Ch> visitor(text, open, close);
+    for (Int pass = 0; ContainsChar(text, open) || ContainsChar(text, close); ++pass) {
+        CSubstituteTextVisitor<Ch> visitor(text, open, close, budget);
         list.Visit(visitor);
         total += visitor.Count();
-        if (visitor.Count() == 0)
+        if (visitor.Count() == 0 || budget.cut)
             break;
+        // A pass that still replaces after the bound shows that the text has not settled.
+        if (pass == cMaxSubstPasses) {
+            budget.cut = true;
+            break;
+        }
     }
     return total;
 }
@@ -282,7 +365,8 @@ Int CVarList::Substitute(CString& text, const char* delims) const
         return 0;
     if (!delims)
         delims = "<>";
-    return SubstituteAll<char>(*this, text, delims[0], delims[1]);
+    CSubstBudget budget;
+    return SubstituteAll<char>(*this, text, delims[0], delims[1], budget);
 }
 
 Int CVarList::Substitute(CWString& text, const WChar* delims) const
@@ -292,7 +376,24 @@ Int CVarList::Substitute(CWString& text, const WChar* delims) const
         return 0;
     if (!delims)
         delims = L"<>";
-    return SubstituteAll<WChar>(*this, text, delims[0], delims[1]);
+    CSubstBudget budget;
+    return SubstituteAll<WChar>(*this, text, delims[0], delims[1], budget);
+}
+
+bool CVarList::SubstituteBounded(CString& text, const char* delims, const CSubstBounds& bounds,
+                                 Int* replacements) const
+{
+    ORN_ASSERT((delims == 0) || (Str::Length(delims) == 2));
+    if (delims && Str::Length(delims) != 2)
+        return true;
+    if (!delims)
+        delims = "<>";
+    CSubstBudget budget;
+    budget.bounds = bounds;
+    Int count = SubstituteAll<char>(*this, text, delims[0], delims[1], budget);
+    if (replacements)
+        *replacements = count;
+    return !budget.cut;
 }
 
 // Later "=" of a pair are dropped like the first, so "a=b=c" gives a = "bc".
@@ -312,8 +413,11 @@ Int CVarList::ParseQuery(const char* queryStr, bool urlForm)
                     FormDecode(name, name);
                     FormDecode(value, value);
                 }
-                Set(name, value);
-                ++count;
+                // Outside text must not trip the read-only assertion: such a pair is skipped.
+                if (!IsReadOnly(name[0] == '%' ? name.Chars() + 1 : name.Chars())) {
+                    Set(name, value);
+                    ++count;
+                }
             }
             name.Empty();
             value.Empty();

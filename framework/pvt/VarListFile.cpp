@@ -31,6 +31,9 @@ void FillItem(CFormat& fmt, const char* item, const char* value)
     fmt = CFormat(text, nullptr, fmtNoGlobals);
 }
 
+// The name a variable is stored under: a leading "%" only marks it read-only.
+const char* BareName(const char* name) { return name[0] == '%' ? name + 1 : name; }
+
 // ---- Binary file
 
 // Reads up to the next NUL; false when the stream ended (or failed) before it.
@@ -121,6 +124,7 @@ public:
 private:
     void ParseVariable(const CString& line);
     bool ConvertValue(const CString& type, CString& value);
+    bool CanSet(const CString& name);
     void ExpandEnvironment(CString& value);
     void ExpandReference(const CString& envName, CString& out);
     void ReportHeader();
@@ -150,7 +154,24 @@ void CTextFormParser::ParseVariable(const CString& line)
     if (!ConvertValue(type, value))
         return;
     ExpandEnvironment(value);
-    mList.Set(name, value);
+    if (CanSet(name))
+        mList.Set(name, value);
+}
+
+// An empty name would end the binary file's list early, and a read-only variable cannot be set again.
+bool CTextFormParser::CanSet(const CString& name)
+{
+    if (name.IsEmpty()) {
+        Report("empty variable name.");
+        return false;
+    }
+    if (mList.IsReadOnly(BareName(name))) {
+        CString message(BareName(name));
+        message.Append(": read-only variable set again.");
+        Report(message);
+        return false;
+    }
+    return true;
 }
 
 bool CTextFormParser::ConvertValue(const CString& type, CString& value)
@@ -309,6 +330,9 @@ RStatus CVarList::Load(const char* path)
             break;
         if (!ReadCStr(file, value))
             return EndedEarly(file);
+        // Setting a read-only variable again is a program error; in a file it is damage.
+        if (IsReadOnly(BareName(name)))
+            return E_BadData;
         Set(name, value);
     }
     DWord sum = file.GetChecksum();

@@ -2,6 +2,7 @@
 #include "Version.h"
 
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -30,7 +31,27 @@ char* NextToken(char*& cursor, const char* delims)
     return token;
 }
 
-Int ReadInt(const char* text) { return static_cast<Int>(std::strtol(text, nullptr, 10)); }
+// Leading base-10 number as strtol reads it; false when it lies outside the 32-bit range, which the same text
+// would otherwise read differently on platforms with a wider long.
+bool ReadInt(const char* text, Int& value)
+{
+    errno = 0;
+    long long n = std::strtoll(text, nullptr, 10);
+    if (errno == ERANGE || n > 0x7FFFFFFFLL || n < -0x7FFFFFFFLL - 1)
+        return false;
+    value = static_cast<Int>(n);
+    return true;
+}
+
+// The beta number must leave room for the 100 that marks a beta stage.
+bool BetaStage(const char* number, Int& stage)
+{
+    Int n = 0;
+    if (!ReadInt(number, n) || n > 0x7FFFFFFF - 100)
+        return false;
+    stage = 100 + n;
+    return true;
+}
 
 } // namespace
 
@@ -109,7 +130,9 @@ bool CVersion::ParseDisplay(const char* version)
         letter = static_cast<Byte>(minorPart[minorLen - 1]);
         minorPart[--minorLen] = 0;
     }
-    Int minor = ReadInt(minorPart);
+    Int minor = 0;
+    if (!ReadInt(minorPart, minor))
+        return false;
     // Minors are hundredths: "3.1" is 3.10, not 3.01.
     if (minorLen == 1)
         minor *= 10;
@@ -119,14 +142,18 @@ bool CVersion::ParseDisplay(const char* version)
         const char* number = NextToken(cursor, " ");
         if (!number)
             return false;
+        bool read = false;
         if (Str::Equal(word, "beta"))
-            stage = 100 + ReadInt(number);
+            read = BetaStage(number, stage);
         else if (Str::Equal(word, "alpha"))
-            stage = ReadInt(number);
-        else
+            read = ReadInt(number, stage);
+        if (!read)
             return false;
     }
-    mMajor = ReadInt(majorPart);
+    Int major = 0;
+    if (!ReadInt(majorPart, major))
+        return false;
+    mMajor = major;
     mMinor = minor;
     mLetter = letter;
     mStage = stage;
@@ -144,7 +171,8 @@ bool CVersion::Parse4Part(const char* version, char delim)
         const char* token = NextToken(cursor, delims);
         if (!token)
             return false;
-        numbers[i] = ReadInt(token);
+        if (!ReadInt(token, numbers[i]))
+            return false;
         if (i == 2) {
             Int temp = numbers[i];
             ORN_ASSERT((temp>=0) && (temp<= 0xFF));
@@ -221,7 +249,8 @@ Int CVersion::SplitBuildDate(CString& text)
     Int close = open >= 0 ? text.Find(")", open) : -1;
     if (close < 0 || close - open != 9)
         return -1;
-    Int date = ReadInt(text.Mid(open + 1, 8));
+    Int date = 0;
+    (void)ReadInt(text.Mid(open + 1, 8), date); // eight characters are always in range
     if (date == 0)
         return -2;
     text = text.Mid(0, open);

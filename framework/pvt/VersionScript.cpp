@@ -14,65 +14,8 @@ namespace Orn {
 
 namespace {
 
-// Bounds on resolving "(name)" references in an open_new URL, well above what a browser takes: the script may
-// define a variable in terms of itself, and an unbounded substitution would then never finish.
-constexpr Int cMaxURLLength = 8192;
-constexpr Int cMaxReplacements = 1000;
-
-// One pass of the list's "(name)" substitution, which gives up once the bounds are passed.
-class CBoundedSubstitution : public CVarList::CVisitor {
-public:
-    CBoundedSubstitution(CString& text, Int& replacements) : mText(text), mReplacements(replacements) {}
-
-    bool Visit(const char* name, const char* value) override;
-    bool Replaced() const { return mReplaced; }
-    bool Overflowed() const { return mOverflowed; }
-
-private:
-    CString& mText;
-    Int& mReplacements;
-    bool mReplaced = false;
-    bool mOverflowed = false;
-};
-
-// The search goes on one character into an inserted value, as the list's own substitution does.
-bool CBoundedSubstitution::Visit(const char* name, const char* value)
-{
-    Int nameLen = Str::Length(name);
-    for (Int pos = 0; pos <= mText.Length();) {
-        Int p = mText.Find(name, pos);
-        if (p < 0)
-            break;
-        Int end = p + nameLen;
-        if (p > 0 && mText[p - 1] == '(' && end < mText.Length() && mText[end] == ')') {
-            mText.Remove(p - 1, nameLen + 2);
-            mText.Insert(value, p - 1);
-            mReplaced = true;
-            mOverflowed = ++mReplacements > cMaxReplacements || mText.Length() > cMaxURLLength;
-            if (mOverflowed)
-                return false;
-            pos = p;
-        } else {
-            pos = p + 1;
-        }
-    }
-    return true;
-}
-
-// Resolves "(name)" references to global variables until a pass changes nothing; false when that runs away.
-bool SubstituteGlobals(CString& url)
-{
-    Int replacements = 0;
-    while (Str::Find(url.Chars(), '(') >= 0 || Str::Find(url.Chars(), ')') >= 0) {
-        CBoundedSubstitution pass(url, replacements);
-        GlobalVars.Visit(pass);
-        if (pass.Overflowed())
-            return false;
-        if (!pass.Replaced())
-            break;
-    }
-    return true;
-}
+// Bounds on resolving "(name)" references in an open_new URL, well above what a browser takes.
+constexpr CSubstBounds cURLBounds = {1000, 8192};
 
 // Base-10 value of a variable made of digits and "-" only, clamped to 32 bits as a 32-bit strtol does.
 Int NumericValue(const char* value)
@@ -411,7 +354,7 @@ void CVersionScriptInterpreter::CmdOpenNew()
     const CString written = mTokenText;
     Expect(tokSemicolon);
     CString url = written;
-    if (!SubstituteGlobals(url))
+    if (!GlobalVars.SubstituteBounded(url, "()", cURLBounds))
         ErrorNaming("illegal URL (", written, ") for 'open_new' command");
     if (!CheckURL(url))
         ErrorNaming("illegal URL (", url, ") for 'open_new' command");

@@ -258,6 +258,34 @@ TEST(ReplyDialogE2E, TextsTakeGlobalVariables)
     EXPECT_EQ(run.shot.buttons[0].text, "Go World");
 }
 
+// References without end stop at a bound: the dialog shows its texts as far as they got, and the log says so.
+TEST(ReplyDialogE2E, TextsThatReferToThemselvesStopAtTheirBound)
+{
+    const char* productKey = "SOFTWARE\\Vantrel\\VRNB3";
+    struct Row { const char* name; const char* unnamedValue; std::string script; std::string caption, message; };
+    const Row rows[] = {
+        {"title and message refer to themselves", nullptr,
+         "set $a, \"<$a>\";\ndialog \"T<$a>\", \"x<$a>\", button, \"OK\", exit;", "T<$a>", "x<$a>"},
+        {"the unnamed setting holds its own reference", "<>", "dialog \"T\", \"a<>b\", button, \"OK\", exit;", "T",
+         "a<>b"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        if (row.unnamedValue) {
+            ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, productKey, "", row.unnamedValue));
+        }
+        ScriptRun run = RunScript(row.script);
+        if (row.unnamedValue)
+            ::RegDeleteKeyValueA(HKEY_CURRENT_USER, productKey, nullptr);
+        ASSERT_TRUE(run.shot.seen);
+        EXPECT_EQ(run.shot.caption, row.caption);
+        EXPECT_EQ(run.shot.message.text, row.message);
+        EXPECT_EQ(run.result.exitCode, 0u);
+        const std::string cut = "Text cut short at a substitution bound: reply dialog ";
+        EXPECT_TRUE(run.log.find(cut + (row.unnamedValue ? "text" : "title") + ".\r\n") != std::string::npos) << run.log;
+    }
+}
+
 TEST(ReplyDialogE2E, ThreeButtonsWithCheckboxAsTheUserSeesIt)
 {
     std::string picture = ArtifactDir() + "\\reply-dialog.bmp";

@@ -231,15 +231,18 @@ TEST_F(VersionSendE2E, UnopenableParameterFileFailsWithoutARequest)
         const char* options;
         const char* logged;
         std::size_t boxes;
+        std::size_t longer; // a path longer than one formatted log line may be
     };
-    const Row rows[] = {{"-s ", "MessageDialog (suppressed due to -s option):\r\n", 0},
-                        {"", "MessageDialog: displayed\r\n", 1}};
+    const Row rows[] = {{"-s ", "MessageDialog (suppressed due to -s option):\r\n", 0, 0},
+                        {"", "MessageDialog: displayed\r\n", 1, 0},
+                        {"-s ", "MessageDialog (suppressed due to -s option):\r\n", 0, 2500}};
     TempPath missing("uw_send_missing_params.txt");
-    const std::string message = "Can't open version params file (" + missing.Path() + ").";
     for (const Row& row : rows) {
+        const std::string path = missing.Path() + std::string(row.longer, 'x');
+        const std::string message = "Can't open version params file (" + path + ").";
         DeleteFileIfAny(LogPath());
         std::vector<std::string> boxTexts;
-        RunResult r = RunUpdateWatch(row.options + std::string("-vsend ") + missing.Arg() + " -norun",
+        RunResult r = RunUpdateWatch(row.options + std::string("-vsend \"") + path + "\" -norun",
                                      [&boxTexts](const Window& w) {
                                          boxTexts.push_back(w.text);
                                          return Answer::Press(w.caption == "UpdateWatch" ? IDOK : -1);

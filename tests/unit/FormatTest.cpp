@@ -48,6 +48,8 @@ TEST(Format, StringItemsAndMatching)
         {"doubled delimiters", "<<Name>>", "x", "<x>", true},
         {"inserted text searched again", "<Name>Name>", "<", "<", true},
         {"item after a near miss", "<Na <Name>", "x", "<Na x", true},
+        {"width past the length bound", "a<Name:2000000000>", "x", "a<Name:2000000000>", false},
+        {"width past the Int range fills nothing", "<Name:4000000000>", "x", "x", true},
     };
     for (const Row& row : rows) {
         OrnTest::AssertRecorder rec;
@@ -56,6 +58,27 @@ TEST(Format, StringItemsAndMatching)
         EXPECT_STREQ(fmt, row.expected) << row.name;
         EXPECT_NO_ASSERTS(rec) << row.name;
     }
+}
+
+// A value that holds its own item would be filled again without end; the fill stops at a bound.
+TEST(Format, FillsStopAtTheirBounds)
+{
+    struct Row { const char* name; const char* value; const char* rest; };
+    const Row rows[] = {
+        {"value is its item", "<Name>", "<Name>"},
+        {"value grows before its item", "x<Name>", "x<Name>"},
+        {"value grows after its item", "<Name>0123456789", "<Name>"},
+    };
+    for (const Row& row : rows) {
+        CFormat fmt("<Name>", nullptr, fmtNoGlobals);
+        EXPECT_TRUE(fmt.Item("Name", row.value)) << row.name;
+        EXPECT_TRUE(fmt.WasCut()) << row.name;
+        EXPECT_LE(fmt.Text().Length(), cMaxFilledLength) << row.name;
+        EXPECT_GE(fmt.Text().Find(row.rest), 0) << row.name;
+    }
+    CFormat plain("<A> <A>", nullptr, fmtNoGlobals);
+    EXPECT_TRUE(plain.Item("A", "<B>"));
+    EXPECT_FALSE(plain.WasCut());
 }
 
 TEST(Format, Delimiters)

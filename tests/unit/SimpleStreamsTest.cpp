@@ -81,6 +81,21 @@ TEST(StringStream, AppendsAndReadsButHoldsNoNul)
     EXPECT_EQ(E_Write, s.GetStatus());
 }
 
+TEST(StringStream, WritesExactlyTheBytesAndNeverReadsBack)
+{
+    CString text;
+    CStringStream s(text);
+    const char raw[4] = {'w', 'x', 'y', 'z'}; // no terminator
+    EXPECT_TRUE(s.Write(raw, 4));
+    EXPECT_STREQ("wxyz", text.Chars());
+    EXPECT_EQ('w', s.ReadChar());
+    EXPECT_EQ('x', s.ReadChar());
+    text = "";
+    EXPECT_EQ(-1, s.ReadChar()) << "nothing is left once the string is cut below the position";
+    text = "abcd";
+    EXPECT_EQ('c', s.ReadChar()) << "the position did not move back";
+}
+
 TEST(DualStream, BothTargetsGetTheBytesEvenWhenOneFails)
 {
     CCaptureStream first, second;

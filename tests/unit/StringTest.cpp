@@ -2,6 +2,7 @@
 #include "String.h"
 
 #include <cstring>
+#include <new>
 
 #include "TestSupport.h"
 
@@ -97,6 +98,23 @@ TEST(String, LockAndUnlock)
     s.Unlock();
     s.Unlock();
     EXPECT_ASSERTED(rec, "mLocked");
+}
+
+TEST(String, NeverAllocatedStringIsNotWritten)
+{
+    CString s; // the shared empty buffer lies in read-only memory: a write there faults
+    s.Empty();
+    EXPECT_TRUE(s.IsEmpty());
+    s = "";
+    s.Remove(0);
+    EXPECT_STREQ(s, "");
+}
+
+TEST(String, GrowthPastTheIntRangeIsRefused)
+{
+    CString s("a");
+    EXPECT_THROW(s.AppendChar(' ', 0x7FFFFFFF), std::bad_alloc);
+    EXPECT_STREQ(s, "a");
 }
 
 TEST(String, AppendRules)

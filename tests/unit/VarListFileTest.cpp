@@ -110,6 +110,8 @@ TEST(VarListFile, DamagedFilesGiveACleanStatus)
         {"cut inside a name", cGoodFile.substr(0, afterHeader + 1), E_BadData, ""},
         {"cut inside a value", cGoodFile.substr(0, afterHeader + 9), E_BadData, "A\t=\t\"1\"\n"},
         {"cut before the checksum", cGoodBody, E_BadData, both},
+        {"read-only name set again", WithChecksum(cGoodBody.substr(0, cGoodBody.size() - 1) + "B" + '\0' + "3" + '\0' + '\0'),
+         E_BadData, both},
         {"intact", cGoodFile, Ok, both},
     };
     for (const Row& row : rows) {
@@ -119,6 +121,26 @@ TEST(VarListFile, DamagedFilesGiveACleanStatus)
         EXPECT_EQ(list.Load(file.path.c_str()), row.status) << row.name;
         EXPECT_EQ(Dump(list), row.kept) << row.name << ": what was read before the failure stays";
     }
+}
+
+// Every truncation and every single-bit flip of a good file is refused, and nothing asserts.
+TEST(VarListFile, EveryCutAndBitFlipIsRefused)
+{
+    OrnTest::AssertRecorder rec;
+    CScratch file("flipped.vrc");
+    std::vector<std::string> damaged;
+    for (size_t len = 0; len < cGoodFile.size(); ++len)
+        damaged.push_back(cGoodFile.substr(0, len));
+    for (size_t bit = 0; bit < cGoodFile.size() * 8; ++bit) {
+        damaged.push_back(cGoodFile);
+        damaged.back()[bit / 8] = static_cast<char>(damaged.back()[bit / 8] ^ (1 << (bit % 8)));
+    }
+    for (size_t i = 0; i < damaged.size(); ++i) {
+        file.Write(damaged[i]);
+        CVarList list;
+        EXPECT_TRUE(list.Load(file.path.c_str()).Failed()) << "damage #" << i;
+    }
+    EXPECT_NO_ASSERTS(rec);
 }
 
 TEST(VarListFile, LoadAnyChoosesTheFormByExtension)

@@ -182,6 +182,43 @@ TEST(VarList, SubstituteNarrow)
     }
 }
 
+// A value that refers to itself, directly or through others, stops at a bound with the text as far as it got.
+TEST(VarList, SubstitutionStopsAtItsBounds)
+{
+    using Vars = std::vector<std::pair<const char*, const char*>>;
+    const Int all = cMaxSubstReplacements;
+    const Int passes = 2 * (cMaxSubstPasses + 1); // two replacements a pass
+    struct Row { const char* name; Vars vars; const char* text; Int count; Int length; const char* rest; };
+    const Row rows[] = {
+        {"value is its reference", {{"A", "<A>"}}, "<A>", all, 3, "<A>"},
+        {"value grows before its reference", {{"A", "x<A>"}}, "<A>", all, all + 3, "x<A>"},
+        {"unnamed value holds its reference", {{"", "<>"}}, "a<>b", all, 4, "a<>b"},
+        {"references through each other", {{"A", "<B>"}, {"B", "<A>"}}, "<A>", passes, 3, "<A>"},
+        {"growing through each other", {{"A", "<B>x"}, {"B", "<A>"}}, "<A>", passes, 3 + passes / 2, "<A>x"},
+        {"doubling", {{"A", "<B><B>"}, {"B", "<C><C>"}, {"C", "<D><D>"}, {"D", "<A><A>"}}, "<A>", -1, -1, "<"},
+    };
+    for (const Row& row : rows) {
+        CVarList list;
+        for (const auto& var : row.vars)
+            list.Set(var.first, var.second);
+        CString text(row.text);
+        Int count = 0;
+        EXPECT_FALSE(list.SubstituteBounded(text, nullptr, CSubstBounds(), &count)) << row.name;
+        EXPECT_TRUE(row.count < 0 || count == row.count) << row.name << ": " << count;
+        EXPECT_TRUE(row.length < 0 || text.Length() == row.length) << row.name << ": " << text.Length();
+        EXPECT_LE(text.Length(), cMaxSubstLength) << row.name;
+        EXPECT_GE(text.Find(row.rest), 0) << row.name;
+        CString again(row.text);
+        EXPECT_EQ(list.Substitute(again), count) << row.name << ": the plain form has the same bounds";
+    }
+    CVarList list;
+    list.Set("A", "(B)(B)");
+    list.Set("B", "x");
+    CString text("(A)");
+    EXPECT_FALSE(list.SubstituteBounded(text, "()", CSubstBounds{2, 100}));
+    EXPECT_STREQ(text, "x(B)") << "the replacement past the count is not made";
+}
+
 TEST(VarList, SubstituteWideAndBadDelimiters)
 {
     OrnTest::AssertRecorder rec;
@@ -233,11 +270,14 @@ TEST(VarList, ParseQuery)
         {"n+1=a%20b+c%3D", true, 1, "n 1=a b c="},
         {"flag&x=", true, 2, "flag=,x="},
         {"x=a+b  y=%41&z", false, 2, "x=a+b,y=%41&z"},
+        {"%a=1 a=2 b=3", false, 2, "a=1,b=3"}, // a read-only name is not set again
     };
     for (const Row& row : rows) {
+        OrnTest::AssertRecorder rec;
         CVarList list;
         EXPECT_EQ(list.ParseQuery(row.query, row.urlForm), row.count) << row.query;
         EXPECT_EQ(Dump(list), row.expected) << row.query;
+        EXPECT_NO_ASSERTS(rec) << row.query;
     }
     OrnTest::AssertRecorder rec;
     CVarList list;

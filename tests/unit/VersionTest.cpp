@@ -41,6 +41,11 @@ TEST(VersionTest, ParseAndFormatTable)
         {"dotted form", "3.1.2.45", Orn::vsDotted, "3 1 2 45", "3.1.2.45"},
         {"dotted form keeps one-digit minor", "3.1.0.0", Orn::vsDotted, "3 1 0 0", "3.1.0.0"},
         {"comma form, three parts", "3,1,2", Orn::vsComma, nullptr, nullptr},
+        {"largest beta", "3.0 beta 2147483547", Orn::vsDisplay, "3 0 0 2147483647", "3.00 beta 2147483547"},
+        {"beta past the stage range", "3.0 beta 2147483548", Orn::vsDisplay, nullptr, nullptr},
+        {"alpha past 32 bits", "3.0 alpha 3000000000", Orn::vsDisplay, nullptr, nullptr},
+        {"major past 32 bits", "99999999999.1", Orn::vsDisplay, nullptr, nullptr},
+        {"fourth number past 32 bits", "3.1.2.4294967296", Orn::vsDotted, nullptr, nullptr},
         {"unknown style", "anything", 7, "0 0 0 0", ""},
     };
     for (const Row& row : rows) {
