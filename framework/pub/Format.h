@@ -65,7 +65,8 @@ private:
 
     Int FindItem(Int index, const Ch* var, Ch* fmtSpec, Int& end) const;
     Int ItemEnd(Int afterName, Ch* fmtSpec) const;
-    Int FindChar(Ch c, Int start) const;
+    // The first c in [start, end), end -1 meaning the end of the text; -1 when there is none.
+    Int FindChar(Ch c, Int start, Int end = -1) const;
 
     CText mText;
     Ch mOpen;

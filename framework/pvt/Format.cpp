@@ -103,9 +103,11 @@ template <class Ch> CFormatT<Ch>::CFormatT(const Ch* text, const Ch* delims, DWo
     }
 }
 
-template <class Ch> Int CFormatT<Ch>::FindChar(Ch c, Int start) const
+template <class Ch> Int CFormatT<Ch>::FindChar(Ch c, Int start, Int end) const
 {
-    for (Int i = start; i < mText.Length(); ++i) {
+    if (end < 0 || end > mText.Length())
+        end = mText.Length();
+    for (Int i = start; i < end; ++i) {
         if (mText[i] == c)
             return i;
     }
@@ -118,7 +120,8 @@ template <class Ch> Int CFormatT<Ch>::ItemEnd(Int afterName, Ch* fmtSpec) const
     fmtSpec[0] = 0;
     if (mText[afterName] != ':')
         return mText[afterName] == mClose ? afterName : -1;
-    Int close = FindChar(mClose, afterName + 1);
+    // A close delimiter further on would make the specification too long: no need to look past that.
+    Int close = FindChar(mClose, afterName + 1, afterName + 2 + cMaxSpecLen);
     Int specLen = close - afterName - 1;
     if (close < 0 || specLen > cMaxSpecLen)
         return -1;
