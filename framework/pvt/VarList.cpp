@@ -413,11 +413,8 @@ Int CVarList::ParseQuery(const char* queryStr, bool urlForm)
                     FormDecode(name, name);
                     FormDecode(value, value);
                 }
-                // Outside text must not trip the read-only assertion: such a pair is skipped.
-                if (!IsReadOnly(name[0] == '%' ? name.Chars() + 1 : name.Chars())) {
-                    Set(name, value);
-                    ++count;
-                }
+                Set(name, value);
+                ++count;
             }
             name.Empty();
             value.Empty();

@@ -330,9 +330,6 @@ RStatus CVarList::Load(const char* path)
             break;
         if (!ReadCStr(file, value))
             return EndedEarly(file);
-        // Setting a read-only variable again is a program error; in a file it is damage.
-        if (IsReadOnly(BareName(name)))
-            return E_BadData;
         Set(name, value);
     }
     DWord sum = file.GetChecksum();

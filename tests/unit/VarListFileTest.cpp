@@ -110,8 +110,6 @@ TEST(VarListFile, DamagedFilesGiveACleanStatus)
         {"cut inside a name", cGoodFile.substr(0, afterHeader + 1), E_BadData, ""},
         {"cut inside a value", cGoodFile.substr(0, afterHeader + 9), E_BadData, "A\t=\t\"1\"\n"},
         {"cut before the checksum", cGoodBody, E_BadData, both},
-        {"read-only name set again", WithChecksum(cGoodBody.substr(0, cGoodBody.size() - 1) + "B" + '\0' + "3" + '\0' + '\0'),
-         E_BadData, both},
         {"intact", cGoodFile, Ok, both},
     };
     for (const Row& row : rows) {
