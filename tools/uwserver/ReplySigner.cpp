@@ -41,7 +41,8 @@ bool RawSignature(const unsigned char* der, std::size_t length, unsigned char (&
         return false;
     const BIGNUM* r = ECDSA_SIG_get0_r(sig.get());
     const BIGNUM* s = ECDSA_SIG_get0_s(sig.get());
-    return BN_bn2binpad(r, raw, cCoordinate) == cCoordinate && BN_bn2binpad(s, raw + cCoordinate, cCoordinate) == cCoordinate;
+    return BN_bn2binpad(r, raw, cCoordinate) == cCoordinate &&
+           BN_bn2binpad(s, raw + cCoordinate, cCoordinate) == cCoordinate;
 }
 
 } // namespace
