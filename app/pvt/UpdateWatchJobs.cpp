@@ -36,8 +36,8 @@ void DumpSection(CStream* log, const char* name, const CVarList& vars)
     vars.WriteDump(*log);
 }
 
-// A refused certificate or an unknown scheme is also said in plain words.
-void LogCheckFailureCause(CUpdateWatchApp& app, RStatus status)
+// A refused certificate, an unknown scheme or a refused signed reply is also said in plain words.
+void LogCheckFailureCause(CUpdateWatchApp& app, RStatus status, const CUpdateWatcher& watcher)
 {
     const char* cause = CertificateFailureCause(status);
     const char* scheme = GlobalVars.Find("VersionScheme");
@@ -45,6 +45,8 @@ void LogCheckFailureCause(CUpdateWatchApp& app, RStatus status)
         app.LogFormat("The version server's certificate was refused: %s.\n", cause);
     else if (status == E_InternetBadScheme)
         app.LogText("Unknown VersionScheme (", scheme ? scheme : "", "): only \"http\" and \"https\" are known.\n");
+    else if (watcher.ReplyCheck() != rcSigned)
+        app.LogText("Signed reply check failed: ", ReplyCheckText(watcher.ReplyCheck()), ".\n");
 }
 
 // A message around a path from the command line, which may be longer than a formatted text can be.
@@ -93,7 +95,7 @@ bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* ov
     (void)watcher.CheckWithTimeout(status, true, "NBW", mOwnProductVersion, "EN", appVars, replyPage, url,
                                    overrideVars, overrideOnly, cTimeoutSeconds);
     bool ok = StatusStepResult(status, "Do version check");
-    LogCheckFailureCause(*this, status);
+    LogCheckFailureCause(*this, status, watcher);
     if (mVerbose) {
         LogURLInfo(url);
         if (ok) {

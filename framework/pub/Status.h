@@ -90,6 +90,10 @@ constexpr RStatus E_InternetCertExpired = MakeStatus(true, modInternet, 4);
 constexpr RStatus E_InternetCertInvalid = MakeStatus(true, modInternet, 5);
 // A URL scheme other than "http" and "https" was asked for.
 constexpr RStatus E_InternetBadScheme = MakeStatus(true, modInternet, 6);
+// A signed reply was asked for (ReplyKey) and the page carries no valid signature for this request.
+constexpr RStatus E_InternetBadSignature = MakeStatus(true, modInternet, 7);
+// ReplyKey is not a P-256 public key.
+constexpr RStatus E_InternetBadReplyKey = MakeStatus(true, modInternet, 8);
 
 // One module's table of printable names; static objects register themselves at start-up.
 class CModuleTable {

@@ -10,6 +10,7 @@
 #pragma once
 
 #include "Platform.h"
+#include "SignedReply.h"
 #include "Status.h"
 #include "String.h"
 #include "VarList.h"
@@ -89,11 +90,16 @@ public:
     // sends only the application and override variables (no core parameter is added or required). With
     // UWDelay set the delay page of DelayTestHost is read instead, over the same scheme; then, or when the
     // check is non-standard, ShowNonStandardBox is called once the read has started.
+    // With the global variable ReplyKey set, the request (the delay page's too) carries a fresh VR_Nonce and
+    // only a reply signed for it runs: E_InternetBadReplyKey when the key is not 128 hexadecimal digits
+    // (nothing is sent) or not a P-256 key, E_InternetBadSignature when the signature is missing, malformed or
+    // wrong; ReplyCheck says which.
     RStatus CheckWithTimeout(RStatus& status, bool automatic, const char* productCode, const CVersion& productVersion,
                              const char* productLanguage, const CVarList& appVars, CString& replyText, CString& url,
                              const CVarList* overrideVars, bool overrideOnly, Int timeout);
     // Builds the request (into RequestVars and url), starts reading and returns at once; status is the
-    // read's as Poll gives it, or E_InternetBadScheme (see CheckWithTimeout) with nothing built.
+    // read's as Poll gives it, or E_InternetBadScheme, E_InternetBadReplyKey or Failure (no nonce) with nothing
+    // built.
     void StartCheck(RStatus& status, bool automatic, const char* productCode, const CVersion& productVersion,
                     const char* productLanguage, const CVarList& appVars, CString& url, const CVarList* overrideVars,
                     bool overrideOnly);
@@ -108,6 +114,8 @@ public:
 
     // False once overrides or another host than the standard one make the check non-standard.
     bool IsStandardCheck() const { return mStandard; }
+    // Why a signed check failed; rcSigned otherwise.
+    EReplyCheck ReplyCheck() const { return mReplyCheck; }
 
 protected:
     // Shows the non-standard box; the default is a plain message box. The application routes it through its
@@ -128,9 +136,17 @@ private:
     void AddIdentityVars(CVarList& requestVars, const CMachineFacts& facts);
     void BuildRequestURL(const char* scheme, const CVarList& requestVars, CString& url);
     void StartRequestRead(const char* scheme, const CString& url);
+    CString DelayTestURL(const char* scheme, const CString& delay) const;
+    bool PrepareSignedReply(RStatus& status);
+    RStatus FetchSignedScript(CString& replyText);
 
     const char* const* mAppVarNames;
     bool mStandard = true;
+    // Set by ReplyKey: the reply must be signed for mNonce with mReplyKey.
+    bool mSigned = false;
+    CReplyKey mReplyKey;
+    CString mNonce;
+    EReplyCheck mReplyCheck = rcSigned;
 };
 
 } // namespace Orn

@@ -69,6 +69,8 @@ public:
     bool WaitForEnd(DWord ms) const;
     // The page as text (CR LF read as LF), only when Poll gives Ok.
     bool GetText(CString& text) const;
+    // The page's bytes exactly as they came, only when Poll gives Ok.
+    bool GetPage(CString& page) const;
     // The last progress notification of the library (INTERNET_STATUS_*), 0 before any; for diagnosis.
     DWord LastInternetStatus() const;
 

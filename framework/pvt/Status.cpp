@@ -66,6 +66,8 @@ const CModuleTable::Row cInternetRows[] = {
     {E_InternetCertExpired.Word(), "E_InternetCertExpired"},
     {E_InternetCertInvalid.Word(), "E_InternetCertInvalid"},
     {E_InternetBadScheme.Word(), "E_InternetBadScheme"},
+    {E_InternetBadSignature.Word(), "E_InternetBadSignature"},
+    {E_InternetBadReplyKey.Word(), "E_InternetBadReplyKey"},
 };
 
 template <std::size_t N> constexpr Int Count(const CModuleTable::Row (&)[N]) { return static_cast<Int>(N); }

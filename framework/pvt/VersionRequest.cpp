@@ -58,7 +58,8 @@ public:
 
     bool Visit(const char* name, const char* /*value*/) override
     {
-        if (!IsListed(mAppVarNames, name) && !IsListed(CoreRequiredVars, name) && !IsListed(TestVars, name)) {
+        if (!IsListed(mAppVarNames, name) && !IsListed(CoreRequiredVars, name) && !IsListed(TestVars, name) &&
+            !Str::Equal(name, ReplyNonceVar)) {
             ORN_ASSERT_FMT("unknown version request parameter: '%s'", name);
             mAllKnown = false;
         }
@@ -267,7 +268,11 @@ RStatus CUpdateWatcher::CheckWithTimeout(RStatus& status, bool automatic, const 
         return status;
     CReadWait wait(*this);
     status = WaitForRead(wait, startTick, timeout);
-    if (status.Succeeded())
+    if (status.Failed())
+        return status;
+    if (mSigned)
+        status = FetchSignedScript(replyText);
+    else
         FetchScript(replyText);
     return status;
 }
@@ -283,6 +288,8 @@ void CUpdateWatcher::StartCheck(RStatus& status, bool automatic, const char* pro
         status = E_InternetBadScheme;
         return;
     }
+    if (!PrepareSignedReply(status))
+        return;
     CVarList& requestVars = RequestVars();
     requestVars.Clear();
     CVarCopy copy(requestVars);
@@ -298,6 +305,9 @@ void CUpdateWatcher::StartCheck(RStatus& status, bool automatic, const char* pro
         overrideVars->Visit(replace);
         mStandard = false;
     }
+    // After the overrides, so that the nonce the reply is checked against is always the fresh one.
+    if (mSigned)
+        requestVars.Set(ReplyNonceVar, mNonce);
     ORN_ASSERT(EnsureNoUnknownVars(requestVars,mAppVarNames));
     BuildRequestURL(scheme, requestVars, url);
     StartRequestRead(scheme, url);
@@ -380,25 +390,69 @@ void CUpdateWatcher::StartRequestRead(const char* scheme, const CString& url)
 {
     CString delay;
     bool delayTest = GlobalVars.GetValue("UWDelay", delay);
-    if (delayTest) {
-        CString delayURL(scheme);
-        delayURL.Append("://");
-        delayURL.Append(DelayTestHost);
-        delayURL.Append(DelayTestPath);
-        if (delay != "1") {
-            delayURL.Append("?VR_TIMEDELAY=");
-            delayURL.Append(delay);
-        }
-        (void)StartPageRead(delayURL, MaxReplyPageSize);
-    } else {
+    if (delayTest)
+        (void)StartPageRead(DelayTestURL(scheme, delay), MaxReplyPageSize);
+    else
         (void)StartPageRead(url, MaxReplyPageSize);
-    }
     // After the read has started, so the page comes in while the box waits for its click.
     if (delayTest || !mStandard)
         ShowNonStandardBox(NonStandardCheckText, NonStandardCheckTitle);
 }
 
+CString CUpdateWatcher::DelayTestURL(const char* scheme, const CString& delay) const
+{
+    CString delayURL(scheme);
+    delayURL.Append("://");
+    delayURL.Append(DelayTestHost);
+    delayURL.Append(DelayTestPath);
+    if (delay != "1") {
+        delayURL.Append("?VR_TIMEDELAY=");
+        delayURL.Append(delay);
+    }
+    // The delay page's reply is checked like any other, so it too must be signed for this request.
+    if (mSigned) {
+        delayURL.Append(delay != "1" ? "&" : "?");
+        delayURL.Append(ReplyNonceVar);
+        delayURL.AppendChar('=');
+        delayURL.Append(mNonce);
+    }
+    return delayURL;
+}
+
 RStatus CUpdateWatcher::StartPageRead(const char* url, Int max) { return StartRead(url, max); }
+
+// With ReplyKey set the reply must be signed for a fresh nonce; a key that cannot be read is a failure, never
+// a reason to run an unsigned reply.
+bool CUpdateWatcher::PrepareSignedReply(RStatus& status)
+{
+    mSigned = false;
+    mNonce.Empty();
+    mReplyCheck = rcSigned;
+    CString keyText;
+    if (!GlobalVars.GetValue(ReplyKeyVar, keyText))
+        return true;
+    if (!ParseReplyKey(keyText, mReplyKey)) {
+        mReplyCheck = rcMalformedKey;
+        status = E_InternetBadReplyKey;
+        return false;
+    }
+    if (!MakeReplyNonce(mNonce)) {
+        mReplyCheck = rcNoNonce;
+        status = Failure;
+        return false;
+    }
+    mSigned = true;
+    return true;
+}
+
+RStatus CUpdateWatcher::FetchSignedScript(CString& replyText)
+{
+    replyText.Empty();
+    CString page;
+    if (!GetPage(page))
+        return Failure;
+    return CheckSignedReply(page, mNonce, mReplyKey, replyText, mReplyCheck);
+}
 
 bool CUpdateWatcher::FetchScript(CString& replyText)
 {

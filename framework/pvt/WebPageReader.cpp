@@ -148,6 +148,14 @@ bool CWebPageReader::GetText(CString& text) const
     return true;
 }
 
+bool CWebPageReader::GetPage(CString& page) const
+{
+    if (Poll() != Ok)
+        return false;
+    page = mText.get();
+    return true;
+}
+
 DWord CWebPageReader::LastInternetStatus() const
 {
     return mThreadHand ? mThreadHand->LastInternetStatus() : 0;

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
 #include <string>
 
@@ -58,25 +57,8 @@ private:
 // "localhost:PORT" of the named server from ORN_HTTPS_PORTS ("good=PORT,..."), or "" when it is not there.
 std::string ServerHost(const std::string& name)
 {
-    const char* ports = std::getenv("ORN_HTTPS_PORTS");
-    std::string list = ports ? "," + std::string(ports) + "," : "";
-    std::size_t at = list.find("," + name + "=");
-    if (at == std::string::npos)
-        return "";
-    std::size_t start = at + name.size() + 2;
-    return "localhost:" + list.substr(start, list.find(',', start) - start);
-}
-
-// The URL as the verbose log shows it, or "".
-std::string LoggedURL(const std::string& log)
-{
-    const std::string head = "URL = \"";
-    std::size_t start = log.find(head);
-    if (start == std::string::npos)
-        return "";
-    start += head.size();
-    std::size_t end = log.find("\".", start);
-    return end == std::string::npos ? "" : log.substr(start, end - start);
+    std::string port = PortFromEnvironment("ORN_HTTPS_PORTS", name);
+    return port.empty() ? "" : "localhost:" + port;
 }
 
 class HttpsE2E : public ::testing::Test {

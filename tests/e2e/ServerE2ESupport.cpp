@@ -2,6 +2,7 @@
 #include "ServerE2ESupport.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <fstream>
 
@@ -166,6 +167,28 @@ TempPath::~TempPath() { DeleteFileIfAny(mPath); }
 long long NowSeconds() { return static_cast<long long>(std::time(nullptr)); }
 
 bool HasText(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+std::string LoggedURL(const std::string& log)
+{
+    const std::string head = "URL = \"";
+    std::size_t start = log.find(head);
+    if (start == std::string::npos)
+        return "";
+    start += head.size();
+    std::size_t end = log.find("\".", start);
+    return end == std::string::npos ? "" : log.substr(start, end - start);
+}
+
+std::string PortFromEnvironment(const char* variable, const std::string& name)
+{
+    const char* ports = std::getenv(variable);
+    std::string list = ports ? "," + std::string(ports) + "," : "";
+    std::size_t at = list.find("," + name + "=");
+    if (at == std::string::npos)
+        return "";
+    std::size_t start = at + name.size() + 2;
+    return list.substr(start, list.find(',', start) - start);
+}
 
 std::string StatusFailureLine(const char* name, unsigned long word, const char* step)
 {

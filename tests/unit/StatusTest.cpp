@@ -43,7 +43,8 @@ TEST(Status, EveryRegisteredNamePrints)
         {0x00000502, "S_RegIsValue"}, {0x80000880, "E_InternetBadHTTPStatus"},
         {0x80000881, "E_InternetResourceNotText"}, {0x80000882, "E_InternetCertUntrusted"},
         {0x80000883, "E_InternetCertWrongHost"}, {0x80000884, "E_InternetCertExpired"},
-        {0x80000885, "E_InternetCertInvalid"}, {0x80000886, "E_InternetBadScheme"}, {0x80000887, "(unknown error)"},
+        {0x80000885, "E_InternetCertInvalid"}, {0x80000886, "E_InternetBadScheme"},
+        {0x80000887, "E_InternetBadSignature"}, {0x80000888, "E_InternetBadReplyKey"}, {0x80000889, "(unknown error)"},
         {0x80000680, "(unknown error)"},
     };
     for (const NamedStatus& row : rows)

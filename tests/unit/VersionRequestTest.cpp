@@ -228,24 +228,68 @@ TEST_F(UpdateWatcherTest, CheckWithTimeoutReturnsTheReadFailure)
     EXPECT_FALSE(mURL.IsEmpty());
 }
 
-// Nothing is built, read or shown for a scheme other than "http" or "https".
-TEST_F(UpdateWatcherTest, UnknownSchemeFailsTheCheck)
+// Nothing is built, read or shown for a scheme other than "http" or "https", or a ReplyKey that is not 128
+// hexadecimal digits: a key that cannot be read never means an unsigned check.
+TEST_F(UpdateWatcherTest, BadSettingsFailTheCheck)
 {
-    for (const char* scheme : {"ftp", "HTTPS", "", "https "}) {
-        GlobalVars.Set("VersionScheme", scheme);
+    const std::string key(128, 'a');
+    const struct {
+        const char* name;
+        std::string value;
+        RStatus status;
+    } rows[] = {
+        {"VersionScheme", "ftp", E_InternetBadScheme},     {"VersionScheme", "HTTPS", E_InternetBadScheme},
+        {"VersionScheme", "", E_InternetBadScheme},        {"VersionScheme", "https ", E_InternetBadScheme},
+        {"ReplyKey", "", E_InternetBadReplyKey},           {"ReplyKey", key.substr(1), E_InternetBadReplyKey},
+        {"ReplyKey", key + "a", E_InternetBadReplyKey},    {"ReplyKey", " " + key, E_InternetBadReplyKey},
+        {"ReplyKey", "g" + key.substr(1), E_InternetBadReplyKey},
+    };
+    const CVarList defaults = GlobalVars;
+    for (const auto& row : rows) {
+        GlobalVars = defaults;
+        GlobalVars.Set(row.name, row.value.c_str());
         CTestWatcher watcher;
         RStatus status;
         CString reply("old");
         EXPECT_EQ(watcher.CheckWithTimeout(status, true, "NBW", mVersion, "EN", mAppVars, reply, mURL, nullptr, false,
                                            30),
-                  E_InternetBadScheme)
-            << scheme;
-        EXPECT_EQ(status, E_InternetBadScheme) << scheme;
-        EXPECT_TRUE(watcher.mReads.empty()) << scheme;
-        EXPECT_EQ(watcher.mBoxes, "") << scheme;
-        EXPECT_STREQ(reply, "") << scheme;
-        EXPECT_STREQ(mURL, "") << scheme;
+                  row.status)
+            << row.name << "=" << row.value;
+        EXPECT_EQ(status, row.status) << row.value;
+        EXPECT_TRUE(watcher.mReads.empty()) << row.value;
+        EXPECT_EQ(watcher.mBoxes, "") << row.value;
+        EXPECT_STREQ(reply, "") << row.value;
+        EXPECT_STREQ(mURL, "") << row.value;
+        EXPECT_EQ(watcher.ReplyCheck(), row.status == E_InternetBadReplyKey ? rcMalformedKey : rcSigned) << row.value;
     }
+}
+
+// With ReplyKey every request ends with a nonce of its own, which no override can choose; the delay page
+// gets it too.
+TEST_F(UpdateWatcherTest, ReplyKeyAddsAFreshNonce)
+{
+    GlobalVars.Set("ReplyKey", std::string(64, '0').append(64, 'F').c_str());
+    CVarList overrides;
+    overrides.Set("VR_Nonce", "chosen");
+    std::string nonces[2];
+    for (std::string& nonce : nonces) {
+        OrnTest::AssertRecorder rec;
+        CTestWatcher watcher;
+        Start(watcher, &overrides, true);
+        EXPECT_NO_ASSERTS(rec) << "VR_Nonce is a known name";
+        nonce = watcher.RequestVars().Find("VR_Nonce");
+        EXPECT_EQ(nonce.find_first_not_of("0123456789ABCDEF"), std::string::npos) << nonce;
+        EXPECT_EQ(nonce.size(), 32u);
+        EXPECT_EQ(std::string(mURL.Chars()), "http://versioncheck.vantrel.com/updatewatch/updatewatch.aspx?"
+                                             "EqTotal=5&Notify=X&VR_Nonce=" + nonce);
+    }
+    EXPECT_NE(nonces[0], nonces[1]);
+
+    GlobalVars.Set("UWDelay", "5");
+    CTestWatcher watcher;
+    Start(watcher);
+    EXPECT_EQ(watcher.mReads[0], std::string("http://uwtest.vantrel.com/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=5"
+                                             "&VR_Nonce=") + watcher.RequestVars().Find("VR_Nonce"));
 }
 
 namespace {

@@ -3,12 +3,17 @@
 
 #include <algorithm>
 
+#include "ReplySigner.h"
 #include "ScriptCheck.h"
+#include "SignedReply.h"
 
 namespace {
 
-const char cStart[] = "[START]\n";
-const char cEnd[] = "\n[END]\n";
+const char cStart[] = "[START]";
+const char cEnd[] = "[END]\n";
+// "[SIG]", the signature's digits, "[/SIG]" and a line feed.
+constexpr std::size_t cSignatureBlock = sizeof Orn::SignatureStartMarker - 1 + 2 * Orn::ReplySignatureBytes +
+                                        sizeof Orn::SignatureEndMarker - 1 + 1;
 
 // A marker inside the script would cut it short when the program takes it out of the page.
 void FindMarkers(const std::string& script, std::vector<CScriptFinding>& findings)
@@ -29,7 +34,9 @@ bool CReplyStore::LoadOne(const std::string& folder, const std::string& name, st
 {
     std::string path = folder + "/" + name;
     std::string script, why;
-    std::size_t maxScript = cMaxPage - (sizeof cStart - 1) - (sizeof cEnd - 1);
+    // The script goes between line feeds after "[START]" and before "[END]".
+    std::size_t envelope = (sizeof cStart - 1) + (sizeof cEnd - 1) + 2 + (mSigner ? cSignatureBlock : 0);
+    std::size_t maxScript = cMaxPage - envelope;
     if (!ReadSmallFile(path, maxScript, script, why)) {
         errors += path + ": can't serve it: " + why + " (a reply page holds at most " + std::to_string(cMaxPage) +
                   " bytes)\n";
@@ -45,16 +52,26 @@ bool CReplyStore::LoadOne(const std::string& folder, const std::string& name, st
         return false;
     }
     warnings += report;
-    mPages[name] = cStart + script + cEnd;
+    mScripts[name] = "\n" + script + "\n";
     return true;
 }
 
 bool CReplyStore::Load(const std::string& folder, const std::vector<std::string>& names, std::string& errors,
                        std::string& warnings)
 {
-    mPages.clear();
+    mScripts.clear();
     bool ok = true;
     for (const std::string& name : names)
         ok = LoadOne(folder, name, errors, warnings) && ok;
     return ok;
+}
+
+std::string CReplyStore::Page(const std::string& name, const std::string& nonce) const
+{
+    const std::string& script = mScripts.at(name);
+    std::string page = cStart + script + cEnd;
+    if (!mSigner || nonce.empty())
+        return page;
+    std::string block = mSigner->SignatureBlock(nonce, script);
+    return block.empty() ? "" : page + block + "\n";
 }

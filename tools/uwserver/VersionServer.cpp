@@ -7,6 +7,8 @@
 #include <cstring>
 #include <strings.h>
 
+#include "ReplySigner.h"
+#include "SignedReply.h"
 #include "VarPairs.h"
 
 using namespace Orn;
@@ -138,31 +140,48 @@ void CVersionServer::Handle(const httplib::Request& req, httplib::Response& res)
 {
     CTarget target = SplitTarget(req.target);
     CRequestEntry entry = NewEntry(req, target);
+    std::string nonce;
     if (!target.error.empty()) {
         entry.status = 400;
         entry.error = target.error;
     } else if (target.path == cVersionPage || target.path == cDelayPage) {
-        Answer(req, target.query, target.path == cDelayPage, entry);
+        Answer(req, target.query, target.path == cDelayPage, entry, nonce);
     } else {
         entry.status = 404;
         entry.error =
             "no page here: " + target.path + " (this server answers " + cVersionPage + " and " + cDelayPage + ")";
     }
+    std::string page = entry.status == 200 ? mReplies.Page(entry.reply, nonce) : "";
+    if (entry.status == 200 && page.empty()) {
+        entry.status = 500;
+        entry.error = "the reply could not be signed";
+    }
     res.status = entry.status;
-    if (entry.status == 200)
-        res.set_content(mReplies.Page(entry.reply), "text/plain");
-    else
-        res.set_content(entry.error + "\n", "text/plain");
+    res.set_content(entry.status == 200 ? page : entry.error + "\n", "text/plain");
     mRecord.Write(entry);
 }
 
-void CVersionServer::Answer(const httplib::Request& req, const std::string& query, bool delayPage, CRequestEntry& entry)
+void CVersionServer::Answer(const httplib::Request& req, const std::string& query, bool delayPage, CRequestEntry& entry,
+                            std::string& nonce)
 {
     CVarList params;
-    if (!ReadParams(req, query, params, entry) || (delayPage && !Delay(params, entry)))
+    if (!ReadParams(req, query, params, entry) || !ReadNonce(params, nonce, entry) ||
+        (delayPage && !Delay(params, entry)))
         return;
     entry.status = 200;
     entry.reply = mRules.Choose(params);
+}
+
+// The nonce a signed reply is made for; none (an unsigned reply) when the request carries no VR_Nonce.
+bool CVersionServer::ReadNonce(const CVarList& params, std::string& nonce, CRequestEntry& entry)
+{
+    const char* value = params.Find(ReplyNonceVar);
+    nonce = value ? value : "";
+    if (!value || IsReplyNonce(nonce))
+        return true;
+    entry.status = 400;
+    entry.error = std::string(ReplyNonceVar) + " must be 32 hexadecimal digits";
+    return false;
 }
 
 bool CVersionServer::ReadParams(const httplib::Request& req, const std::string& query, CVarList& params,

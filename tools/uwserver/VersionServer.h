@@ -40,7 +40,9 @@ public:
 private:
     void Handle(const httplib::Request& req, httplib::Response& res);
     bool HandleLibraryError(const httplib::Request& req, httplib::Response& res);
-    void Answer(const httplib::Request& req, const std::string& query, bool delayPage, CRequestEntry& entry);
+    void Answer(const httplib::Request& req, const std::string& query, bool delayPage, CRequestEntry& entry,
+                std::string& nonce);
+    bool ReadNonce(const Orn::CVarList& params, std::string& nonce, CRequestEntry& entry);
     bool ReadParams(const httplib::Request& req, const std::string& query, Orn::CVarList& params, CRequestEntry& entry);
     bool Delay(const Orn::CVarList& params, CRequestEntry& entry);
 

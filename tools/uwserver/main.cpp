@@ -8,18 +8,22 @@
 #include <thread>
 
 #include "Debug.h"
+#include "ReplySigner.h"
 #include "ScriptText.h"
 #include "VersionServer.h"
 
 namespace {
 
-const char cUsage[] = "Usage: uwserver [--port N] [--record FILE] [--listen ADDRESS] FOLDER\n";
+const char cUsage[] = "Usage: uwserver [--port N] [--record FILE] [--listen ADDRESS] [--sign-key KEY.pem] FOLDER\n"
+                      "       uwserver --print-key KEY.pem\n";
 constexpr std::size_t cMaxRules = 64 * 1024;
 
 struct COptions {
     int port = 8080;
     std::string record;
     std::string listen = "127.0.0.1";
+    std::string signKey;
+    std::string printKey;
     std::string folder;
 };
 
@@ -42,12 +46,25 @@ bool ParseOptions(int argc, char** argv, COptions& options)
             options.record = argv[++i];
         else if (opt == "--listen" && hasValue)
             options.listen = argv[++i];
+        else if (opt == "--sign-key" && hasValue)
+            options.signKey = argv[++i];
+        else if (opt == "--print-key" && hasValue && argc == 3)
+            options.printKey = argv[++i];
         else if (options.folder.empty() && !opt.empty() && opt[0] != '-')
             options.folder = opt;
         else
             return false;
     }
-    return !options.folder.empty();
+    return !options.folder.empty() || !options.printKey.empty();
+}
+
+bool LoadKey(const std::string& path, CReplySigner& signer)
+{
+    std::string error;
+    if (signer.Load(path, error))
+        return true;
+    std::fprintf(stderr, "uwserver: %s\n", error.c_str());
+    return false;
 }
 
 // A framework assertion that a request provokes has been written to standard error; the server goes on.
@@ -119,10 +136,19 @@ int main(int argc, char** argv)
         std::fputs(cUsage, stderr);
         return 2;
     }
+    CReplySigner signer;
+    if (!options.printKey.empty()) {
+        if (!LoadKey(options.printKey, signer))
+            return 1;
+        std::printf("%s\n", signer.PublicKeyText().c_str());
+        return 0;
+    }
+    if (!options.signKey.empty() && !LoadKey(options.signKey, signer))
+        return 1;
     std::signal(SIGPIPE, SIG_IGN);
     Orn::SetAssertHook(GoOnAfterAssertion);
     CServerRules rules;
-    CReplyStore replies;
+    CReplyStore replies(options.signKey.empty() ? nullptr : &signer);
     if (!LoadFolder(options.folder, rules, replies))
         return 1;
     if (options.record.empty())
