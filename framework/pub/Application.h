@@ -3,6 +3,7 @@
 
 #include <cstdarg>
 
+#include "Array.h"
 #include "CommandLine.h"
 #include "Global.h"
 #include "Platform.h"
@@ -30,7 +31,7 @@ private:
         Task task;
         void* context;
     };
-    std::vector<Entry> mIdleTasks;
+    CArray<Entry> mIdleTasks;
 };
 
 class CResSource {

@@ -13,17 +13,17 @@ CExecModule* cModule = nullptr;
 CApplication* cApp = nullptr;
 } // namespace
 
-void CIdleTaskList::AddIdleTask(Task task, void* context) { mIdleTasks.push_back({task, context}); }
+void CIdleTaskList::AddIdleTask(Task task, void* context) { mIdleTasks.Add({task, context}); }
 
 bool CIdleTaskList::RunIdleTasks()
 {
-    for (size_t i = 0; i < mIdleTasks.size();) {
+    for (Int i = 0; i < mIdleTasks.Size();) {
         if (mIdleTasks[i].task(mIdleTasks[i].context))
             ++i;
         else
-            mIdleTasks.erase(mIdleTasks.begin() + static_cast<std::ptrdiff_t>(i));
+            mIdleTasks.RemoveAt(i);
     }
-    return !mIdleTasks.empty();
+    return !mIdleTasks.IsEmpty();
 }
 
 CExecModule::CExecModule()

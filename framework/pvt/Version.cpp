@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "Debug.h"
 #include "VersionPlatform.h"
@@ -163,9 +162,9 @@ bool CVersion::ParseDisplay(const char* version)
 
 bool CVersion::Parse4Part(const char* version, char delim)
 {
-    std::string buf(version);
+    CString buf(version);
     const char delims[2] = {delim, 0};
-    char* cursor = &buf[0];
+    char* cursor = buf.Lock(buf.Length());
     Int numbers[4];
     for (Int i = 0; i < 4; ++i) {
         const char* token = NextToken(cursor, delims);
