@@ -67,7 +67,7 @@ public:
     const CString& Name() const { return mName; }
     const CString& CommandLineText() const { return mCmdLine; }
 
-    void ReportMessage(bool flag, const char* msg, ...);
+    void ReportMessage(bool flag, const char* msg, ...) ORN_PRINTF(3, 4);
     virtual void VReportMessage(bool flag, const char* format, va_list args);
     virtual void HandleException(RStatus status);
     virtual void HandleUnknownException();
