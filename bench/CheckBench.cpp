@@ -1,6 +1,7 @@
 // Times a silent version check, "UpdateWatch.exe -s -v PagesTotal=1", against its floor, check_floor.exe, which
 // only gets the same URL with WinINet, alternating the two, and prints the means, the medians and their ratios.
 // Wine ends a process on a coarse clock, so single runs fall on a few values: compare means of many runs.
+// Each round runs every program once, starting with the next one each time.
 //
 // Usage: check_bench.exe RUNS URL [UPDATEWATCH.EXE...]
 // check_floor.exe and, unless others are named, UpdateWatch.exe sit beside it; each program named is timed in
@@ -67,9 +68,10 @@ int main(int argc, char** argv)
     double ignored = 0;
     for (const Row& row : rows)
         (void)Bench::TimeRun(row.cmd, 0, ignored);
+    // The order turns each round: a run can be slower just after another program of the same kind.
     for (int i = 0; i < runs; ++i) {
-        for (Row& row : rows)
-            TimeOnce(row);
+        for (std::size_t j = 0; j < rows.size(); ++j)
+            TimeOnce(rows[(i + j) % rows.size()]);
     }
     int failures = 0;
     for (const Row& row : rows) {
