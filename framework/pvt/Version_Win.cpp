@@ -10,8 +10,10 @@ namespace Orn::VersionPlatform {
 
 bool FileExists(const char* path) { return CLocalFileSystem::Get().GetEntryKind(CPath(path)) == S_FSIsFile; }
 
-bool ReadResourceValue(const char* path, const char* valueName, CString& value)
+bool ReadResourceValues(const char* path, Int count, const char* const valueNames[], CString values[], bool found[])
 {
+    for (Int i = 0; i < count; ++i)
+        found[i] = false;
     DWORD unused = 0;
     DWORD size = ::GetFileVersionInfoSizeA(path, &unused);
     if (size == 0)
@@ -24,11 +26,13 @@ bool ReadResourceValue(const char* path, const char* valueName, CString& value)
     UINT rootLen = 0;
     if (!::VerQueryValueA(data.get(), "\\", &root, &rootLen))
         return false;
-    void* text = nullptr;
-    UINT textLen = 0;
-    if (!::VerQueryValueA(data.get(), valueName, &text, &textLen) || !text)
-        return false;
-    value = static_cast<const char*>(text);
+    for (Int i = 0; i < count; ++i) {
+        void* text = nullptr;
+        UINT textLen = 0;
+        found[i] = ::VerQueryValueA(data.get(), valueNames[i], &text, &textLen) && text;
+        if (found[i])
+            values[i] = static_cast<const char*>(text);
+    }
     return true;
 }
 
