@@ -40,22 +40,8 @@ cmake --build "$build" -j "$jobs" --target check_bench
 export WINEPREFIX="$build/bench-prefix"
 source scripts/wine-session.sh "$build" --no-display
 mkdir -p "$out"
-"$root/build/native/bin/uwserver" --port 0 --record "$out/requests.jsonl" "$root/bench/server" \
-    >"$out/uwserver.out" 2>"$out/uwserver.err" &
-server=$!
-bench_stop() {
-    kill "$server" 2>/dev/null && wait "$server" 2>/dev/null
-    wine_session_stop
-}
-trap bench_stop EXIT
-port=""
-for _ in $(seq 1 100); do
-    port="$(sed -n 's/^listening on 127\.0\.0\.1:\([0-9]*\)$/\1/p' "$out/uwserver.out")"
-    [ -n "$port" ] || ! kill -0 "$server" 2>/dev/null && break
-    sleep 0.1
-done
-[ -n "$port" ] || { echo "uwserver did not start:" >&2; cat "$out/uwserver.err" >&2; exit 1; }
-export http_proxy="http://127.0.0.1:$port"
+source scripts/uwserver-session.sh "$root/bench/server" "$out"
+export http_proxy="http://127.0.0.1:$uwserver_port"
 
 # Settings left by anything else would change the check.
 "$WINE64" reg delete 'HKCU\SOFTWARE\Vantrel' /f >/dev/null 2>&1 || true
