@@ -60,11 +60,15 @@ struct CArgs {
     va_list list;
 };
 
+// Digits as a number; one past the Int range reads as INT_MAX.
 template <class Ch> Int ReadNumber(const Ch*& p)
 {
     Int64 n = 0;
-    for (; *p >= '0' && *p <= '9'; ++p)
-        n = n * 10 + (*p - '0') > INT_MAX ? INT_MAX : n * 10 + (*p - '0');
+    for (; *p >= '0' && *p <= '9'; ++p) {
+        n = n * 10 + (*p - '0');
+        if (n > INT_MAX)
+            n = INT_MAX;
+    }
     return static_cast<Int>(n);
 }
 
@@ -87,10 +91,8 @@ template <class Ch> ArgSize ReadSize(const Ch*& p)
     }
 }
 
-// Flags, width, precision and length; the conversion character is left at p.
-template <class Ch> CSpec ReadSpec(const Ch*& p, CArgs& args)
+template <class Ch> void ReadFlags(const Ch*& p, CSpec& spec)
 {
-    CSpec spec;
     for (;; ++p) {
         if (*p == '-')
             spec.left = true;
@@ -103,8 +105,15 @@ template <class Ch> CSpec ReadSpec(const Ch*& p, CArgs& args)
         else if (*p == '0')
             spec.zero = true;
         else
-            break;
+            return;
     }
+}
+
+// Flags, width, precision and length; the conversion character is left at p.
+template <class Ch> CSpec ReadSpec(const Ch*& p, CArgs& args)
+{
+    CSpec spec;
+    ReadFlags(p, spec);
     if (*p == '*') {
         ++p;
         Int width = va_arg(args.list, int);
