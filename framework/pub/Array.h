@@ -39,8 +39,6 @@ public:
     bool IsEmpty() const { return mSize == 0; }
     T& operator[](Int i) { return mItems[i]; }
     const T& operator[](Int i) const { return mItems[i]; }
-    T& Last() { return mItems[mSize - 1]; }
-    const T& Last() const { return mItems[mSize - 1]; }
     T* Data() { return mItems; }
     const T* Data() const { return mItems; }
     T* begin() { return mItems; }
