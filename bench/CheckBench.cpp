@@ -1,7 +1,7 @@
 // Times a silent version check, "UpdateWatch.exe -s -v PagesTotal=1", against its floor, check_floor.exe, which
 // only gets the same URL with WinINet, alternating the two, and prints the means, the medians and their ratios.
 // Wine ends a process on a coarse clock, so single runs fall on a few values: compare means of many runs.
-// Each round runs every program once, starting with the next one each time.
+// Each round runs every program once, each just after a run of the floor.
 //
 // Usage: check_bench.exe RUNS URL [UPDATEWATCH.EXE...]
 // check_floor.exe and, unless others are named, UpdateWatch.exe sit beside it; each program named is timed in
@@ -68,10 +68,15 @@ int main(int argc, char** argv)
     double ignored = 0;
     for (const Row& row : rows)
         (void)Bench::TimeRun(row.cmd, 0, ignored);
-    // The order turns each round: a run can be slower just after another program of the same kind.
+    // A run just after another UpdateWatch.exe is slower, so every program runs just after the floor, and the
+    // programs take turns at going first.
+    Row& floor = rows.back();
+    std::size_t programCount = rows.size() - 1;
     for (int i = 0; i < runs; ++i) {
-        for (std::size_t j = 0; j < rows.size(); ++j)
-            TimeOnce(rows[(i + j) % rows.size()]);
+        for (std::size_t j = 0; j < programCount; ++j) {
+            TimeOnce(floor);
+            TimeOnce(rows[(static_cast<std::size_t>(i) + j) % programCount]);
+        }
     }
     int failures = 0;
     for (const Row& row : rows) {
