@@ -1,25 +1,55 @@
 #!/usr/bin/env bash
-# Builds the win64 tree and times the version send against a program that does nothing, under Wine.
-# Usage: scripts/bench.sh [BUILD_DIR] [RUNS]    (defaults: build/win64, 20)
-# Xvfb has no window manager, and Wine waits 2 s for one each time a managed window (the non-standard box)
-# is hidden. For the run, UpdateWatch.exe's windows are made unmanaged in that prefix so that the figures
-# are the program's; BENCH_KEEP_MANAGED=1 measures with the wait.
+# The cost of a silent version check against its floor, under Wine.
+#   scripts/bench.sh [RUNS [EXE...]]  "UpdateWatch.exe -s -v PagesTotal=1" against check_floor.exe, which only
+#                                   gets the same URL with WinINet; RUNS of each, alternating (default 30). With
+#                                   EXE (paths of UpdateWatch.exe builds, each with its nimbra.vrc beside it),
+#                                   those are timed instead, in turn with the floor, to compare builds.
+#   scripts/bench.sh send [RUNS]    the version send against a program that does nothing (default 20)
+# The check goes to the standard host through uwserver as WinINet's HTTP proxy, so it shows no box, and runs
+# without a display. Both run in one Wine session in a prefix of the benchmark's own (build/win64/bench-prefix).
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
-build="${1:-$root/build/win64}"
-runs="${2:-20}"
 cd "$root"
-[ -f "$build/CMakeCache.txt" ] || cmake --preset win64 -B "$build"
-cmake --build "$build" -j2 --target send_bench
-source scripts/wine-session.sh "$build"
+jobs="${ORN_JOBS:-2}"
+build="$root/build/win64"
+out="$root/build/bench"
 
-app_key='HKCU\Software\Wine\AppDefaults\UpdateWatch.exe'
-bench_stop() {
-    "$WINE64" reg delete "$app_key" /f >/dev/null 2>&1 || true
-    wine_session_stop
-}
-trap bench_stop EXIT
-if [ "${BENCH_KEEP_MANAGED:-0}" != 1 ]; then
+if [ "${1:-}" = "send" ]; then
+    cmake --preset win64 >/dev/null
+    cmake --build "$build" -j "$jobs" --target send_bench
+    # Xvfb has no window manager, and Wine waits 2 s for one each time a managed window (the non-standard box)
+    # is hidden: the program's windows are made unmanaged for the run, so that the figures are the program's.
+    export WINEPREFIX="$build/bench-prefix"
+    source scripts/wine-session.sh "$build"
+    app_key='HKCU\Software\Wine\AppDefaults\UpdateWatch.exe'
     "$WINE64" reg add "$app_key\\X11 Driver" /v Managed /d N /f >/dev/null
+    scripts/wine-run "$build/bin/send_bench.exe" "${2:-20}"
+    exit $?
 fi
-scripts/wine-run "$build/bin/send_bench.exe" "$runs"
+runs="${1:-30}"
+others=()
+for exe in "${@:2}"; do
+    others+=("Z:$(realpath "$exe" | tr / '\\')")
+done
+
+cmake --preset native >/dev/null
+cmake --build --preset native -j "$jobs" --target uwserver
+cmake --preset win64 >/dev/null
+cmake --build "$build" -j "$jobs" --target check_bench
+
+export WINEPREFIX="$build/bench-prefix"
+source scripts/wine-session.sh "$build" --no-display
+mkdir -p "$out"
+source scripts/uwserver-session.sh "$root/bench/server" "$out"
+export http_proxy="http://127.0.0.1:$uwserver_port"
+
+# Settings left by anything else would change the check.
+"$WINE64" reg delete 'HKCU\SOFTWARE\Vantrel' /f >/dev/null 2>&1 || true
+"$WINE64" reg delete 'HKLM\SOFTWARE\Vantrel' /f >/dev/null 2>&1 || true
+# The floor gets the URL the program sends, as a verbose check logs it.
+"$WINE64" "$build/bin/UpdateWatch.exe" -s -verbose -v "PagesTotal=1" || true
+log="$WINEPREFIX/drive_c/users/$(whoami)/Temp/Nimbra Version Check.log"
+url="$(tr -d '\r' <"$log" | sed -n 's/^[[:space:]]*URL = "\(.*\)"\.$/\1/p' | head -1)"
+[ -n "$url" ] || { echo "no URL in $log" >&2; exit 1; }
+echo "URL: $url"
+"$WINE64" "$build/bin/check_bench.exe" "$runs" "$url" "${others[@]}"

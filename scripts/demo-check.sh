@@ -23,32 +23,13 @@ export WINEPREFIX="$root/build/win64/demo-prefix"
 source "$root/scripts/wine-session.sh" "$root/build/win64" --keep-display
 
 mkdir -p "$out"
-rm -f "$out/requests.jsonl" "$out/dialog.png" "$out/uwserver.out" "$out/uwserver.err"
-"$root/build/native/bin/uwserver" --port 0 --record "$out/requests.jsonl" "$root/examples/server" \
-    >"$out/uwserver.out" 2>"$out/uwserver.err" &
-server=$!
-demo_stop() {
-    kill "$server" 2>/dev/null && wait "$server" 2>/dev/null
-    wine_session_stop
-}
-trap demo_stop EXIT
-
-port=""
-for _ in $(seq 1 100); do
-    port="$(sed -n 's/^listening on 127\.0\.0\.1:\([0-9]*\)$/\1/p' "$out/uwserver.out")"
-    [ -n "$port" ] || ! kill -0 "$server" 2>/dev/null && break
-    sleep 0.1
-done
-if [ -z "$port" ]; then
-    echo "uwserver did not start:" >&2
-    cat "$out/uwserver.err" >&2
-    exit 1
-fi
-echo "== uwserver serves examples/server on 127.0.0.1:$port"
+rm -f "$out/dialog.png"
+source scripts/uwserver-session.sh "$root/examples/server" "$out"
+echo "== uwserver serves examples/server on 127.0.0.1:$uwserver_port"
 
 # Only what this check stores is shown afterwards.
 "$WINE64" reg delete "$result_key" /f >/dev/null 2>&1
-http_proxy="http://127.0.0.1:$port" "$WINE64" "$root/build/win64/bin/UpdateWatch.exe" -s -verbose -v "$app_vars" &
+http_proxy="http://127.0.0.1:$uwserver_port" "$WINE64" "$root/build/win64/bin/UpdateWatch.exe" -s -verbose -v "$app_vars" &
 app=$!
 
 # Headless: the first window the program shows is photographed and answered with the keyboard. For the

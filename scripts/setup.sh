@@ -7,7 +7,7 @@ PACKAGES=(
     # Signed replies: OpenSSL's libcrypto for uwserver and the native twin of the check, and the openssl
     # command that makes the vendor's key.
     libssl-dev openssl
-    g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix
+    g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-posix
     wine64 xvfb xdotool imagemagick file binutils
     # HTTPS tests: Wine's TLS (only recommended by wine64) and the loopback TLS servers.
     libgnutls30 python3

@@ -1,13 +1,16 @@
 # Sourced: starts an X display and a persistent wineserver for one build tree, and stops both on exit.
-# Usage: source scripts/wine-session.sh BUILD_DIR [--keep-display]
+# Usage: source scripts/wine-session.sh BUILD_DIR [--keep-display | --no-display]
 # With --keep-display and DISPLAY set, the windows go to that display (for a person to see) instead of Xvfb.
+# With --no-display there is no display at all, for programs that open no window.
 _session_dir="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 export WINE_BUILD_DIR="$1"
 source "$_session_dir/wine-env.sh"
 "$_session_dir/wine-prefix.sh" "$WINE_BUILD_DIR"
 
 _xvfb_pid=""
-if [ "${2:-}" != "--keep-display" ] || [ -z "${DISPLAY:-}" ]; then
+if [ "${2:-}" = "--no-display" ]; then
+    unset DISPLAY
+elif [ "${2:-}" != "--keep-display" ] || [ -z "${DISPLAY:-}" ]; then
     _display=99
     while [ -e "/tmp/.X${_display}-lock" ] || [ -e "/tmp/.X11-unix/X${_display}" ]; do _display=$((_display + 1)); done
     Xvfb ":${_display}" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &

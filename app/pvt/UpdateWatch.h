@@ -33,7 +33,7 @@ public:
     // Shows a message box, or only logs it when dialogs are suppressed.
     void MessageDialog(const char* text, Orn::DWord style);
     // printf-style text into the log, if one is open; only for texts of bounded length.
-    void LogFormat(const char* format, ...);
+    void LogFormat(const char* format, ...) ORN_PRINTF(2, 3);
     // Texts written as they are, one after the other, whatever their length.
     void LogText(const char* text, const char* more = "", const char* end = "");
     // The line that tells that a text was cut at a substitution bound; what names the text.

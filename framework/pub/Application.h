@@ -3,6 +3,7 @@
 
 #include <cstdarg>
 
+#include "Array.h"
 #include "CommandLine.h"
 #include "Global.h"
 #include "Platform.h"
@@ -30,7 +31,7 @@ private:
         Task task;
         void* context;
     };
-    std::vector<Entry> mIdleTasks;
+    CArray<Entry> mIdleTasks;
 };
 
 class CResSource {
@@ -66,7 +67,7 @@ public:
     const CString& Name() const { return mName; }
     const CString& CommandLineText() const { return mCmdLine; }
 
-    void ReportMessage(bool flag, const char* msg, ...);
+    void ReportMessage(bool flag, const char* msg, ...) ORN_PRINTF(3, 4);
     virtual void VReportMessage(bool flag, const char* format, va_list args);
     virtual void HandleException(RStatus status);
     virtual void HandleUnknownException();

@@ -1,8 +1,7 @@
 // The argument list of a program: splitting a command-line text, and the option tests that consume it.
 #pragma once
 
-#include <vector>
-
+#include "Array.h"
 #include "String.h"
 
 namespace Orn {
@@ -11,10 +10,10 @@ class CArgList {
 public:
     // Replaces the list by the arguments of a command-line text (double quotes group, no escapes).
     void Split(const char* cmdLine);
-    void Clear() { mArgs.clear(); }
-    void Append(const char* arg) { mArgs.emplace_back(arg); }
+    void Clear() { mArgs.Clear(); }
+    void Append(const char* arg) { mArgs.Add(arg); }
 
-    Int GetArgCount() const { return static_cast<Int>(mArgs.size()); }
+    Int GetArgCount() const { return mArgs.Size(); }
     const CString& GetArg(Int index) const;
     void RemoveArg(Int index);
 
@@ -25,7 +24,7 @@ public:
 
 private:
     static bool IsOptionWord(const CString& arg);
-    std::vector<CString> mArgs;
+    CArray<CString> mArgs;
 };
 
 } // namespace Orn

@@ -9,7 +9,7 @@ namespace Orn {
 // platform ends the process.
 void AssertFailed(const char* expr, const char* file, Int line);
 // The same with a printf-style message instead of an expression.
-void AssertFailedFmt(const char* file, Int line, const char* format, ...);
+void AssertFailedFmt(const char* file, Int line, const char* format, ...) ORN_PRINTF(3, 4);
 
 void DebugOutput(const char* msg);
 void DebugOutput(const WChar* msg);

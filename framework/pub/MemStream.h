@@ -1,8 +1,7 @@
 // Streams over memory: a read-only view of the caller's bytes, and a growable buffer of its own.
 #pragma once
 
-#include <vector>
-
+#include "Array.h"
 #include "Stream.h"
 
 namespace Orn {
@@ -27,7 +26,7 @@ private:
     Int64 mPos = 0;
 };
 
-// Reads and writes a buffer that grows as it is written; open from construction.
+// Reads and writes a buffer that grows as it is written, up to INT_MAX bytes; open from construction.
 class CMemHandStream : public CStream {
 public:
     // Mode: smRead and smWrite with the text bits; the same bits as CMemStream are refused.
@@ -35,8 +34,8 @@ public:
     // Starts again with an empty buffer.
     bool Open(DWord mode = smRead | smWrite);
 
-    const Byte* Data() const { return mBuf.data(); }
-    Int Size() const { return static_cast<Int>(mBuf.size()); }
+    const Byte* Data() const { return mBuf.Data(); }
+    Int Size() const { return mBuf.Size(); }
 
 protected:
     bool DoRead(void* buf, Int count, Int& got) override;
@@ -47,7 +46,7 @@ protected:
     bool DoSetLength(Int64 length) override;
 
 private:
-    std::vector<Byte> mBuf;
+    CArray<Byte> mBuf;
     Int64 mPos = 0;
 };
 

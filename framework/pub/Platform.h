@@ -9,6 +9,14 @@
 #define ORN_WINDOWS 0
 #endif
 
+// printf-style checking of a format and its arguments (the framework formats as C99 says): the positions of the
+// format and of the first argument, counting a member function's object as the first.
+#if defined(__clang__)
+#define ORN_PRINTF(formatPos, firstArg) __attribute__((format(printf, formatPos, firstArg)))
+#else
+#define ORN_PRINTF(formatPos, firstArg) __attribute__((format(gnu_printf, formatPos, firstArg)))
+#endif
+
 namespace Orn {
 
 using Int = std::int32_t;

@@ -137,8 +137,8 @@ public:
     bool WriteText(const char* text, Int count = -1);
     bool WriteText(const WChar* text, Int count = -1);
     // printf-style; the formatted text must stay under 1999 characters (longer text is cut, and false).
-    bool WriteFormat(const char* format, ...);
-    bool VWriteFormat(const char* format, va_list args);
+    bool WriteFormat(const char* format, ...) ORN_PRINTF(2, 3);
+    bool VWriteFormat(const char* format, va_list args) ORN_PRINTF(2, 0);
     bool WriteFormat(const WChar* format, ...);
     bool VWriteFormat(const WChar* format, va_list args);
 

@@ -16,8 +16,8 @@ Int ICompare(const char* a, const char* b);
 Int Find(const char* s, const char* sub);
 Int Find(const char* s, char ch);
 // printf-style into buf (bufSize characters, terminator included); the count that the full text needs.
-Int VFormat(char* buf, Int bufSize, const char* format, va_list args);
-Int Format(char* buf, Int bufSize, const char* format, ...);
+Int VFormat(char* buf, Int bufSize, const char* format, va_list args) ORN_PRINTF(3, 0);
+Int Format(char* buf, Int bufSize, const char* format, ...) ORN_PRINTF(3, 4);
 // Narrow to wide in the system code page; characters written, terminator excluded.
 Int ToWStr(const char* src, WChar* dst, Int dstSize);
 // Allocating narrow-to-wide copy (length + 1 wide characters); null when allocation fails. Free with delete[].

@@ -2,6 +2,7 @@
 #include "Application.h"
 
 #include <cstdio>
+#include <initializer_list>
 
 #include "Debug.h"
 #include "VarList.h"
@@ -11,19 +12,27 @@ namespace Orn {
 namespace {
 CExecModule* cModule = nullptr;
 CApplication* cApp = nullptr;
+
+// The parts one after the other on standard output, without a formatter: a text of any length goes out whole.
+void Print(std::initializer_list<const char*> parts)
+{
+    for (const char* part : parts)
+        std::fputs(part, stdout);
+    std::fflush(stdout);
+}
 } // namespace
 
-void CIdleTaskList::AddIdleTask(Task task, void* context) { mIdleTasks.push_back({task, context}); }
+void CIdleTaskList::AddIdleTask(Task task, void* context) { mIdleTasks.Add({task, context}); }
 
 bool CIdleTaskList::RunIdleTasks()
 {
-    for (size_t i = 0; i < mIdleTasks.size();) {
+    for (Int i = 0; i < mIdleTasks.Size();) {
         if (mIdleTasks[i].task(mIdleTasks[i].context))
             ++i;
         else
-            mIdleTasks.erase(mIdleTasks.begin() + static_cast<std::ptrdiff_t>(i));
+            mIdleTasks.RemoveAt(i);
     }
-    return !mIdleTasks.empty();
+    return !mIdleTasks.IsEmpty();
 }
 
 CExecModule::CExecModule()
@@ -118,16 +127,14 @@ void CCmdApplication::VReportMessage(bool, const char* format, va_list args)
 {
     CString msg;
     msg.VFormat(format, args);
-    std::printf("%s: %s\n", Name().Chars(), msg.Chars());
-    std::fflush(stdout);
+    Print({Name(), ": ", msg, "\n"});
 }
 
 void CCmdApplication::ShowUsage()
 {
     CString usage;
     GetUsageText(usage);
-    std::printf("Usage: %s %s\n", Name().Chars(), usage.Chars());
-    std::fflush(stdout);
+    Print({"Usage: ", Name(), " ", usage, "\n"});
 }
 
 bool CCmdApplication::CmdMain(Int argc, char** argv)

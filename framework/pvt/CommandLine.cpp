@@ -11,7 +11,7 @@ bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' ||
 
 void CArgList::Split(const char* cmdLine)
 {
-    mArgs.clear();
+    mArgs.Clear();
     const char* p = cmdLine;
     for (;;) {
         while (IsSpace(*p))
@@ -23,13 +23,13 @@ void CArgList::Split(const char* cmdLine)
             start = ++p;
             while (*p && *p != '"')
                 ++p;
-            mArgs.emplace_back(start, static_cast<Int>(p - start));
+            mArgs.Add(CString(start, static_cast<Int>(p - start)));
             if (*p)
                 ++p;
         } else {
             while (*p && !IsSpace(*p))
                 ++p;
-            mArgs.emplace_back(start, static_cast<Int>(p - start));
+            mArgs.Add(CString(start, static_cast<Int>(p - start)));
         }
     }
 }
@@ -45,7 +45,7 @@ void CArgList::RemoveArg(Int index)
 {
     ORN_ASSERT(index < GetArgCount());
     if (index >= 0 && index < GetArgCount())
-        mArgs.erase(mArgs.begin() + index);
+        mArgs.RemoveAt(index);
 }
 
 bool CArgList::IsOptionWord(const CString& arg) { return arg[0] == '-' || arg[0] == '/'; }
@@ -53,9 +53,9 @@ bool CArgList::IsOptionWord(const CString& arg) { return arg[0] == '-' || arg[0]
 bool CArgList::TestOption(const char* option)
 {
     ORN_ASSERT(option);
-    if (!option || mArgs.empty())
+    if (!option || mArgs.IsEmpty())
         return false;
-    const CString& arg = mArgs.front();
+    const CString& arg = mArgs[0];
     if (!IsOptionWord(arg) || !Str::Equal(arg.Chars() + 1, option))
         return false;
     RemoveArg(0);
@@ -66,9 +66,9 @@ bool CArgList::TestOptionValue(const char* option, CString& value)
 {
     if (!TestOption(option))
         return false;
-    if (mArgs.empty() || IsOptionWord(mArgs.front()))
+    if (mArgs.IsEmpty() || IsOptionWord(mArgs[0]))
         return false;
-    value = mArgs.front();
+    value = mArgs[0];
     RemoveArg(0);
     return true;
 }

@@ -1,6 +1,4 @@
 // Folding Windows error numbers into statuses through one fixed table.
-#include <mutex>
-
 #include "Debug.h"
 #include "ErrorPlatform.h"
 #include "Status.h"
@@ -15,38 +13,30 @@ struct OSErrorRow {
     RStatus status;
 };
 
-constexpr Int cOSErrorRowCount = 21;
-OSErrorRow cOSErrorRows[cOSErrorRowCount];
-std::once_flag cOSErrorOnce;
-
-void FillOSErrorTable()
-{
-    const OSErrorRow rows[cOSErrorRowCount] = {
-        {2, E_NotFound},        // ERROR_FILE_NOT_FOUND
-        {3, E_NotFound},        // ERROR_PATH_NOT_FOUND
-        {53, E_NotFound},       // ERROR_BAD_NETPATH
-        {20, E_NotFound},       // ERROR_BAD_UNIT
-        {126, E_NotFound},      // ERROR_MOD_NOT_FOUND
-        {64, E_NotFound},       // ERROR_NETNAME_DELETED
-        {80, E_AlreadyExists},  // ERROR_FILE_EXISTS
-        {183, E_AlreadyExists}, // ERROR_ALREADY_EXISTS
-        {160, E_BadArgument},   // ERROR_BAD_ARGUMENTS
-        {111, E_BadArgument},   // ERROR_BUFFER_OVERFLOW
-        {87, E_BadArgument},    // ERROR_INVALID_PARAMETER
-        {6, E_BadArgument},     // ERROR_INVALID_HANDLE
-        {123, E_BadArgument},   // ERROR_INVALID_NAME
-        {67, E_BadArgument},    // ERROR_BAD_NET_NAME
-        {5, E_NoAccess},        // ERROR_ACCESS_DENIED
-        {32, E_NoAccess},       // ERROR_SHARING_VIOLATION
-        {65, E_NoAccess},       // ERROR_NETWORK_ACCESS_DENIED
-        {86, E_BadName},        // ERROR_INVALID_PASSWORD: deliberately a name status
-        {110, E_NotOpen},       // ERROR_OPEN_FAILED
-        {145, E_DirNotEmpty},   // ERROR_DIR_NOT_EMPTY
-        {16, Failure},          // ERROR_CURRENT_DIRECTORY: Failure, but known, so not traced
-    };
-    for (Int i = 0; i < cOSErrorRowCount; ++i)
-        cOSErrorRows[i] = rows[i];
-}
+// Fixed at compile time, so the first callers need no once-flag to share it.
+constexpr OSErrorRow cOSErrorRows[] = {
+    {2, E_NotFound},        // ERROR_FILE_NOT_FOUND
+    {3, E_NotFound},        // ERROR_PATH_NOT_FOUND
+    {53, E_NotFound},       // ERROR_BAD_NETPATH
+    {20, E_NotFound},       // ERROR_BAD_UNIT
+    {126, E_NotFound},      // ERROR_MOD_NOT_FOUND
+    {64, E_NotFound},       // ERROR_NETNAME_DELETED
+    {80, E_AlreadyExists},  // ERROR_FILE_EXISTS
+    {183, E_AlreadyExists}, // ERROR_ALREADY_EXISTS
+    {160, E_BadArgument},   // ERROR_BAD_ARGUMENTS
+    {111, E_BadArgument},   // ERROR_BUFFER_OVERFLOW
+    {87, E_BadArgument},    // ERROR_INVALID_PARAMETER
+    {6, E_BadArgument},     // ERROR_INVALID_HANDLE
+    {123, E_BadArgument},   // ERROR_INVALID_NAME
+    {67, E_BadArgument},    // ERROR_BAD_NET_NAME
+    {5, E_NoAccess},        // ERROR_ACCESS_DENIED
+    {32, E_NoAccess},       // ERROR_SHARING_VIOLATION
+    {65, E_NoAccess},       // ERROR_NETWORK_ACCESS_DENIED
+    {86, E_BadName},        // ERROR_INVALID_PASSWORD: deliberately a name status
+    {110, E_NotOpen},       // ERROR_OPEN_FAILED
+    {145, E_DirNotEmpty},   // ERROR_DIR_NOT_EMPTY
+    {16, Failure},          // ERROR_CURRENT_DIRECTORY: Failure, but known, so not traced
+};
 
 } // namespace
 
@@ -54,7 +44,6 @@ RStatus StatusFromOSError(DWord osError)
 {
     if (osError == 0)
         return Ok;
-    std::call_once(cOSErrorOnce, FillOSErrorTable);
     for (const OSErrorRow& row : cOSErrorRows)
         if (row.number == osError)
             return row.status;

@@ -1,6 +1,7 @@
 // Memory streams: a view of the caller's bytes and a growable owned buffer.
 #include "MemStream.h"
 
+#include <climits>
 #include <cstring>
 
 #include "Debug.h"
@@ -81,7 +82,7 @@ bool CMemHandStream::Open(DWord mode)
 {
     if (!ModeAllowed(mode))
         return Fail(E_BadArgument);
-    mBuf.clear();
+    mBuf.Clear();
     mPos = 0;
     DWord caps = cPosCaps | smCanSetLength;
     caps |= (mode & smRead) ? DWord(smCanRead) : 0;
@@ -92,18 +93,19 @@ bool CMemHandStream::Open(DWord mode)
 
 bool CMemHandStream::DoRead(void* buf, Int count, Int& got)
 {
-    got = CopyOut(mBuf.data(), static_cast<Int64>(mBuf.size()), mPos, buf, count);
+    got = CopyOut(mBuf.Data(), mBuf.Size(), mPos, buf, count);
     return true;
 }
 
 bool CMemHandStream::DoWrite(const void* buf, Int count)
 {
-    const Byte* bytes = static_cast<const Byte*>(buf);
-    size_t end = static_cast<size_t>(mPos) + static_cast<size_t>(count);
-    if (end > mBuf.size())
-        mBuf.resize(end);
-    std::memcpy(mBuf.data() + mPos, bytes, static_cast<size_t>(count));
-    mPos = static_cast<Int64>(end);
+    Int64 end = mPos + count;
+    if (end > INT_MAX)
+        return Fail(E_TooMuchData);
+    if (end > mBuf.Size())
+        mBuf.Resize(static_cast<Int>(end));
+    std::memcpy(mBuf.Data() + mPos, buf, static_cast<size_t>(count));
+    mPos = end;
     return true;
 }
 
@@ -115,7 +117,7 @@ bool CMemHandStream::DoGetPos(Int64& pos)
 
 bool CMemHandStream::DoSetPos(Int64 pos)
 {
-    if (pos < 0 || pos > static_cast<Int64>(mBuf.size()))
+    if (pos < 0 || pos > mBuf.Size())
         return Fail(E_BadArgument);
     mPos = pos;
     return true;
@@ -123,7 +125,7 @@ bool CMemHandStream::DoSetPos(Int64 pos)
 
 bool CMemHandStream::DoGetLength(Int64& length)
 {
-    length = static_cast<Int64>(mBuf.size());
+    length = mBuf.Size();
     return true;
 }
 
@@ -131,7 +133,9 @@ bool CMemHandStream::DoSetLength(Int64 length)
 {
     if (length < 0)
         return Fail(E_BadArgument);
-    mBuf.resize(static_cast<size_t>(length));
+    if (length > INT_MAX)
+        return Fail(E_TooMuchData);
+    mBuf.Resize(static_cast<Int>(length));
     if (mPos > length)
         mPos = length;
     return true;

@@ -2,7 +2,6 @@
 #include "String.h"
 
 #include <cctype>
-#include <cstdio>
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
@@ -416,20 +415,6 @@ Int Str::Find(const char* s, char ch)
     return p && ch ? static_cast<Int>(p - s) : -1;
 }
 
-Int Str::VFormat(char* buf, Int bufSize, const char* format, va_list args)
-{
-    return std::vsnprintf(buf, static_cast<size_t>(bufSize), format, args);
-}
-
-Int Str::Format(char* buf, Int bufSize, const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    Int n = VFormat(buf, bufSize, format, args);
-    va_end(args);
-    return n;
-}
-
 WChar* Str::NewWStr(const char* src)
 {
     Int n = Length(src) + 1;
@@ -486,55 +471,6 @@ Int WStr::Find(const WChar* s, WChar ch)
 {
     const WChar* p = std::wcschr(s, ch);
     return p && ch ? static_cast<Int>(p - s) : -1;
-}
-
-// Rewrites %s / %c (and their flagged, sized forms) to %ls / %lc so that any conforming wide formatter
-// reads them as wide arguments; other conversions pass unchanged.
-static WChar* WidenConversions(const WChar* format)
-{
-    Int len = WStr::Length(format);
-    WChar* out = new WChar[2 * len + 1];
-    Int o = 0;
-    for (Int i = 0; i < len;) {
-        out[o++] = format[i];
-        if (format[i++] != L'%')
-            continue;
-        if (i < len && format[i] == L'%') {
-            out[o++] = format[i++];
-            continue;
-        }
-        while (i < len && std::wcschr(L" #+-0123456789.*", format[i]))
-            out[o++] = format[i++];
-        if (i < len && (format[i] == L's' || format[i] == L'c'))
-            out[o++] = L'l';
-    }
-    out[o] = 0;
-    return out;
-}
-
-Int WStr::VFormat(WChar* buf, Int bufSize, const WChar* format, va_list args)
-{
-    if (!*format) {
-        buf[0] = 0;
-        return 0;
-    }
-    WChar* wide = WidenConversions(format);
-    Int n = std::vswprintf(buf, static_cast<size_t>(bufSize), wide, args);
-    delete[] wide;
-    if (n < 0) { // vswprintf reports truncation as -1; report it as too long
-        buf[bufSize - 1] = 0;
-        return bufSize;
-    }
-    return n;
-}
-
-Int WStr::Format(WChar* buf, Int bufSize, const WChar* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    Int n = VFormat(buf, bufSize, format, args);
-    va_end(args);
-    return n;
 }
 
 } // namespace Orn

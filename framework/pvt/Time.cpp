@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <vector>
 
 #include "Debug.h"
 #include "TimePlatform.h"
@@ -77,12 +76,11 @@ bool CTime::Format(const char* format, CString& text) const
     std::tm fields{};
     if (!TimePlatform::BreakDownLocal(mSeconds, fields))
         return false;
-    std::vector<char> buf(static_cast<size_t>(Str::Length(format)) + 100);
-    size_t written = std::strftime(buf.data(), buf.size(), format, &fields);
-    if (written == 0)
-        return false;
-    text = buf.data();
-    return true;
+    Int size = Str::Length(format) + 100;
+    char* buf = text.Lock(size);
+    if (std::strftime(buf, static_cast<size_t>(size), format, &fields) == 0)
+        buf[0] = 0;
+    return text.Unlock() > 0;
 }
 
 } // namespace Orn

@@ -1,11 +1,11 @@
 // Ordered variable lists, their substitution into texts, and the process-wide GlobalVars.
 #include "VarList.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
-#include <string>
-#include <unordered_set>
 
+#include "Array.h"
 #include "Debug.h"
 #include "Escape.h"
 
@@ -110,16 +110,17 @@ public:
     // Only the innermost spans: an outer one holds a delimiter, which such names are never skipped for.
     void Build(const CStringT<Ch>& text)
     {
-        mNames.clear();
+        mNames.Clear();
         Int close = -1;
         for (Int i = text.Length() - 1; i >= 0 && mOpen != mClose; --i) {
             if (text[i] == mClose) {
                 close = i;
             } else if (text[i] == mOpen && close > i) {
-                mNames.emplace(text.Chars() + i + 1, static_cast<size_t>(close - i - 1));
+                mNames.Add(CStringT<Ch>(text.Chars() + i + 1, close - i - 1));
                 close = -1;
             }
         }
+        std::sort(mNames.begin(), mNames.end(), Less);
     }
 
     bool MayHold(const Ch* name) const
@@ -128,13 +129,21 @@ public:
             if (*p == mOpen || *p == mClose)
                 return true;
         }
-        return mOpen == mClose || mNames.count(name) != 0;
+        return mOpen == mClose || std::binary_search(mNames.begin(), mNames.end(), name, Less);
     }
 
 private:
+    static bool Less(const Ch* a, const Ch* b)
+    {
+        for (; *a && *a == *b; ++a, ++b) {
+        }
+        return *a < *b;
+    }
+
     Ch mOpen;
     Ch mClose;
-    std::unordered_set<std::basic_string<Ch>> mNames;
+    // Sorted, so that a name is found by halving.
+    CArray<CStringT<Ch>> mNames;
 };
 
 template <class Ch> bool MayHold(const CReferenceSet<Ch>& refs, const char* name);

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "Debug.h"
 #include "VersionPlatform.h"
@@ -51,6 +50,20 @@ bool BetaStage(const char* number, Int& stage)
         return false;
     stage = 100 + n;
     return true;
+}
+
+// The file and the product version text, from one reading of the version resource, leading white space skipped.
+void ReadVersionTexts(const char* path, CString texts[2], bool found[2])
+{
+    const char* const valueNames[2] = {"\\StringFileInfo\\040904E4\\FileVersion",
+                                       "\\StringFileInfo\\040904E4\\ProductVersion"};
+    VersionPlatform::ReadResourceValues(path, 2, valueNames, texts, found);
+    for (Int i = 0; i < 2; ++i) {
+        const char* start = texts[i].Chars();
+        while (*start && std::isspace(static_cast<unsigned char>(*start)))
+            ++start;
+        texts[i] = CString(start);
+    }
 }
 
 } // namespace
@@ -163,9 +176,9 @@ bool CVersion::ParseDisplay(const char* version)
 
 bool CVersion::Parse4Part(const char* version, char delim)
 {
-    std::string buf(version);
+    CString buf(version);
     const char delims[2] = {delim, 0};
-    char* cursor = &buf[0];
+    char* cursor = buf.Lock(buf.Length());
     Int numbers[4];
     for (Int i = 0; i < 4; ++i) {
         const char* token = NextToken(cursor, delims);
@@ -263,16 +276,12 @@ bool CVersion::ReadFileVersionText(const char* path, bool wantFileVersion, CStri
     ORN_ASSERT(path);
     if (!path)
         return false;
-    const char* valueName = wantFileVersion ? "\\StringFileInfo\\040904E4\\FileVersion"
-                                            : "\\StringFileInfo\\040904E4\\ProductVersion";
-    CString value;
-    if (!VersionPlatform::ReadResourceValue(path, valueName, value))
-        return false;
-    const char* start = value.Chars();
-    while (*start && std::isspace(static_cast<unsigned char>(*start)))
-        ++start;
-    text = start;
-    return true;
+    CString texts[2];
+    bool found[2];
+    ReadVersionTexts(path, texts, found);
+    Int which = wantFileVersion ? 0 : 1;
+    text = texts[which];
+    return found[which];
 }
 
 bool CVersion::GetVersionInfo(const char* path, CFileVersionInfo& info)
@@ -281,10 +290,10 @@ bool CVersion::GetVersionInfo(const char* path, CFileVersionInfo& info)
     ORN_ASSERT(path);
     if (!path || !VersionPlatform::FileExists(path))
         return false;
-    CString fileText, productText;
-    bool haveFile = ReadFileVersionText(path, true, fileText);
-    bool haveProduct = ReadFileVersionText(path, false, productText);
-    info.SetTexts(haveFile ? fileText.Chars() : nullptr, haveProduct ? productText.Chars() : nullptr);
+    CString texts[2];
+    bool found[2];
+    ReadVersionTexts(path, texts, found);
+    info.SetTexts(found[0] ? texts[0].Chars() : nullptr, found[1] ? texts[1].Chars() : nullptr);
     return true;
 }
 

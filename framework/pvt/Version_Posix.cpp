@@ -11,6 +11,11 @@ bool FileExists(const char* path)
     return ::stat(path, &info) == 0 && S_ISREG(info.st_mode);
 }
 
-bool ReadResourceValue(const char*, const char*, CString&) { return false; }
+bool ReadResourceValues(const char*, Int count, const char* const[], CString[], bool found[])
+{
+    for (Int i = 0; i < count; ++i)
+        found[i] = false;
+    return false;
+}
 
 } // namespace Orn::VersionPlatform

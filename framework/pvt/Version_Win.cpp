@@ -1,7 +1,7 @@
 // Windows half of version reading: the version resource through the version-information API.
 #include <windows.h>
 
-#include <vector>
+#include <memory>
 
 #include "FileSystem.h"
 #include "VersionPlatform.h"
@@ -10,25 +10,29 @@ namespace Orn::VersionPlatform {
 
 bool FileExists(const char* path) { return CLocalFileSystem::Get().GetEntryKind(CPath(path)) == S_FSIsFile; }
 
-bool ReadResourceValue(const char* path, const char* valueName, CString& value)
+bool ReadResourceValues(const char* path, Int count, const char* const valueNames[], CString values[], bool found[])
 {
+    for (Int i = 0; i < count; ++i)
+        found[i] = false;
     DWORD unused = 0;
     DWORD size = ::GetFileVersionInfoSizeA(path, &unused);
     if (size == 0)
         return false;
     // Zeroed and with room to spare, so a value that lacks its terminator still ends inside the buffer.
-    std::vector<char> data(size + 100, 0);
-    if (!::GetFileVersionInfoA(path, 0, static_cast<DWORD>(data.size()), data.data()))
+    std::unique_ptr<char[]> data(new char[size + 100]());
+    if (!::GetFileVersionInfoA(path, 0, size + 100, data.get()))
         return false;
     void* root = nullptr;
     UINT rootLen = 0;
-    if (!::VerQueryValueA(data.data(), "\\", &root, &rootLen))
+    if (!::VerQueryValueA(data.get(), "\\", &root, &rootLen))
         return false;
-    void* text = nullptr;
-    UINT textLen = 0;
-    if (!::VerQueryValueA(data.data(), valueName, &text, &textLen) || !text)
-        return false;
-    value = static_cast<const char*>(text);
+    for (Int i = 0; i < count; ++i) {
+        void* text = nullptr;
+        UINT textLen = 0;
+        found[i] = ::VerQueryValueA(data.get(), valueNames[i], &text, &textLen) && text;
+        if (found[i])
+            values[i] = static_cast<const char*>(text);
+    }
     return true;
 }
 

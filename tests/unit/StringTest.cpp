@@ -1,6 +1,10 @@
 // The owning string and the Str:: / WStr:: functions.
 #include "String.h"
 
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -137,6 +141,34 @@ TEST(String, FormatLimit)
     OrnTest::AssertRecorder rec;
     s.Format("%5000d", 1);
     EXPECT_ASSERTED(rec, "VFormat(buf,format,args) < ((static_cast<Int>(sizeof(buf)/sizeof(buf[0]))) - 1)");
+}
+
+// The framework formats as the C library does, text and count, for every conversion it knows.
+template <class... Args> void ExpectAsCLibrary(int size, const char* format, Args... args)
+{
+    char ours[64] = "?";
+    char theirs[64] = "?";
+    EXPECT_EQ(Str::Format(ours, size, format, args...), std::snprintf(theirs, size, format, args...)) << format;
+    EXPECT_STREQ(ours, theirs) << format;
+}
+
+TEST(String, FormatsAsTheCLibrary)
+{
+    const char unterminated[3] = {'a', 'b', 'c'};
+    ExpectAsCLibrary(64, "%d|%i|%+d|% d|%5d|%-5d|%05d|%.3d|%5.3d|%.0d|%+.0d", INT_MIN, INT_MAX, 7, 7, -7, 7, -7, 7, -7,
+                     0, 0);
+    ExpectAsCLibrary(64, "%u|%x|%X|%o|%#x|%#X|%#o|%.0x|%08X|%#06x", 0u, UINT_MAX, 0xABCu, 8u, 0xabu, 0u, 8u, 0u,
+                     0xBEEFu, 0x1Fu);
+    ExpectAsCLibrary(64, "%lld|%llu|%llx|%03lld", LLONG_MIN, ULLONG_MAX, 0x123456789ALL, 5LL);
+    ExpectAsCLibrary(64, "%ld|%lu|%08lX|%02x|%04x", LONG_MIN, ULONG_MAX, 0xDEADUL, 0xABu, 0x1Fu);
+    ExpectAsCLibrary(64, "%zu|%zd|%jd|%td|%hhd|%hhu|%hd|%hu", SIZE_MAX, std::ptrdiff_t(-3), INTMAX_MIN,
+                     std::ptrdiff_t(9), 300, 300, 70000, 70000);
+    ExpectAsCLibrary(64, "%*d|%-*d|%*d|%.*d|%.*d|%*.*s|", 4, 1, 4, 2, -4, 3, 3, 4, -1, 5, 6, 2, "xyz");
+    ExpectAsCLibrary(64, "%s|%10s|%-10s|%.2s|%10.2s|%.3s|%s|", "text", "right", "left", "cut", "cut", unterminated, "");
+    ExpectAsCLibrary(64, "%c|%3c|%-3c|%%|100%%", 'a', 'b', 'c');
+    ExpectAsCLibrary(64, "%s", static_cast<const char*>(nullptr));
+    ExpectAsCLibrary(8, "%s=%d", "truncated", 12345);
+    ExpectAsCLibrary(1, "%d", 42);
 }
 
 TEST(String, HexRoundTripAndPreconditions)

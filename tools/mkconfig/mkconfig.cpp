@@ -1,5 +1,6 @@
 // mkconfig: compiles the text form of a configuration file into the binary ".vrc" form.
 #include <cstdio>
+#include <initializer_list>
 
 #include "Application.h"
 #include "StringStream.h"
@@ -9,6 +10,14 @@ namespace {
 
 // Exit statuses.
 enum : Orn::Int { exitOk = 0, exitFailure = 1, exitBadCmdLine = 2 };
+
+// "mkconfig: can't <what> '<path>' (<status>)." on standard error, in plain writes: a path of any length goes
+// out whole, and the program carries no C library formatter.
+void ReportFailure(const char* what, const char* path, Orn::RStatus status)
+{
+    for (const char* part : {"mkconfig: can't ", what, " '", path, "' (", status.Name(), ").\n"})
+        std::fputs(part, stderr);
+}
 
 class CMkconfigApp : public Orn::CCmdApplication {
 public:
@@ -37,7 +46,7 @@ private:
         Orn::RStatus status = vars.LoadAny(input, errorStream);
         std::fputs(errors, stderr);
         if (status.Failed()) {
-            std::fprintf(stderr, "mkconfig: can't read '%s' (%s).\n", input, status.Name());
+            ReportFailure("read", input, status);
             return false;
         }
         if (!errors.IsEmpty()) {
@@ -46,7 +55,7 @@ private:
         }
         status = vars.Save(output);
         if (status.Failed()) {
-            std::fprintf(stderr, "mkconfig: can't write '%s' (%s).\n", output, status.Name());
+            ReportFailure("write", output, status);
             std::remove(output);
             return false;
         }

@@ -5,7 +5,6 @@
 // It removes HKCU\SOFTWARE\Vantrel and HKLM\SOFTWARE\Vantrel before and after: run it on a test machine only.
 #include <windows.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -13,29 +12,20 @@
 #include <string>
 #include <vector>
 
+#include "BenchProcess.h"
 #include "TestHttpServer.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Bench::Clock;
+using Bench::Mean;
+using Bench::Median;
+using Bench::Ms;
+using Bench::Process;
 
 const char cCompanyKey[] = "SOFTWARE\\Vantrel";
 const char cProductKey[] = "SOFTWARE\\Vantrel\\VRNB3";
 const char cBoxCaption[] = "Version Check";
-
-double Ms(Clock::time_point from, Clock::time_point to)
-{
-    return std::chrono::duration<double, std::milli>(to - from).count();
-}
-
-std::string Dir(const std::string& path) { return path.substr(0, path.find_last_of("\\/")); }
-
-std::string OwnDir()
-{
-    char path[MAX_PATH + 1] = {0};
-    ::GetModuleFileNameA(nullptr, path, MAX_PATH);
-    return Dir(path);
-}
 
 std::string TempDir()
 {
@@ -43,42 +33,6 @@ std::string TempDir()
     ::GetTempPathA(MAX_PATH, dir);
     return dir;
 }
-
-// A started process; its handles are closed with it.
-class Process {
-public:
-    explicit Process(std::string cmd)
-    {
-        STARTUPINFOA si{};
-        si.cb = sizeof si;
-        mStarted = ::CreateProcessA(nullptr, &cmd[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &mInfo);
-    }
-    Process(const Process&) = delete;
-    Process& operator=(const Process&) = delete;
-    ~Process()
-    {
-        if (!mStarted)
-            return;
-        if (!HasEnded(0))
-            ::TerminateProcess(mInfo.hProcess, 0xDEAD);
-        ::CloseHandle(mInfo.hThread);
-        ::CloseHandle(mInfo.hProcess);
-    }
-
-    bool Started() const { return mStarted; }
-    DWORD Id() const { return mInfo.dwProcessId; }
-    bool HasEnded(DWORD ms) const { return ::WaitForSingleObject(mInfo.hProcess, ms) != WAIT_TIMEOUT; }
-    DWORD ExitCode() const
-    {
-        DWORD code = 0;
-        ::GetExitCodeProcess(mInfo.hProcess, &code);
-        return code;
-    }
-
-private:
-    PROCESS_INFORMATION mInfo{};
-    bool mStarted = false;
-};
 
 struct WindowSearch {
     DWORD pid;
@@ -176,33 +130,6 @@ SendTiming TimeSend(const std::string& cmd, const OrnTest::TestHttpServer& serve
     return timing;
 }
 
-// One timed run of a program that shows no window; false unless it ends with the expected code.
-bool TimePlain(const std::string& cmd, DWORD expectedExit, double& ms)
-{
-    Clock::time_point start = Clock::now();
-    Process process(cmd);
-    if (!process.Started())
-        return false;
-    process.HasEnded(INFINITE);
-    ms = Ms(start, Clock::now());
-    return process.ExitCode() == expectedExit;
-}
-
-double Median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    std::size_t n = values.size();
-    return n == 0 ? 0 : n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
-
-double Mean(const std::vector<double>& values)
-{
-    double sum = 0;
-    for (double v : values)
-        sum += v;
-    return values.empty() ? 0 : sum / static_cast<double>(values.size());
-}
-
 void PrintRow(const char* name, const std::vector<double>& values)
 {
     std::printf("%-40s median %8.1f ms   mean %8.1f ms\n", name, Median(values), Mean(values));
@@ -243,7 +170,7 @@ struct Commands {
 void TimeOnePlain(const std::string& cmd, DWORD expectedExit, std::vector<double>& values, int& failures)
 {
     double ms = 0;
-    if (TimePlain(cmd, expectedExit, ms))
+    if (Bench::TimeRun(cmd, expectedExit, ms))
         values.push_back(ms);
     else
         ++failures;
@@ -254,8 +181,8 @@ void RunAll(int runs, const OrnTest::TestHttpServer& server, const Commands& cmd
     // One untimed run of each first, so that none pays for loading Wine's libraries the first time.
     (void)TimeSend(cmds.send, server);
     double ignored = 0;
-    (void)TimePlain(cmds.trivial, 0, ignored);
-    (void)TimePlain(cmds.noRequest, 3, ignored);
+    (void)Bench::TimeRun(cmds.trivial, 0, ignored);
+    (void)Bench::TimeRun(cmds.noRequest, 3, ignored);
     for (int i = 0; i < runs; ++i) {
         SendTiming send = TimeSend(cmds.send, server);
         TimeOnePlain(cmds.trivial, 0, results.trivial, results.failures);
@@ -314,7 +241,7 @@ int main(int argc, char** argv)
     const std::string params = TempDir() + "uw_bench_params.txt";
     const std::string out = TempDir() + "uw_bench_reply.txt";
     std::ofstream(params) << "EqTotal=1\nPagesTotal=2\n";
-    const std::string dir = OwnDir();
+    const std::string dir = Bench::OwnDir();
     const std::string program = "\"" + dir + "\\UpdateWatch.exe\"";
     Commands cmds;
     cmds.send = program + " -s -vsend \"" + params + "\" -out \"" + out + "\" -norun";
