@@ -1,4 +1,4 @@
-// Format templates: finding items, decoding their specifications, and the integer and string formatting.
+// Format templates: finding items, decoding their width and conversion, and the integer and string formatting.
 #include "Format.h"
 
 #include "Debug.h"
@@ -114,13 +114,13 @@ template <class Ch> Int CFormatT<Ch>::FindChar(Ch c, Int start, Int end) const
     return -1;
 }
 
-// Where the item whose name ends before afterName closes (copying its specification), or -1.
+// Where the item whose name ends before afterName closes (copying what stands between name and close), or -1.
 template <class Ch> Int CFormatT<Ch>::ItemEnd(Int afterName, Ch* fmtSpec) const
 {
     fmtSpec[0] = 0;
     if (mText[afterName] != ':')
         return mText[afterName] == mClose ? afterName : -1;
-    // A close delimiter further on would make the specification too long: no need to look past that.
+    // A close delimiter further on would make the item too long: no need to look past that.
     Int close = FindChar(mClose, afterName + 1, afterName + 2 + cMaxSpecLen);
     Int specLen = close - afterName - 1;
     if (close < 0 || specLen > cMaxSpecLen)
