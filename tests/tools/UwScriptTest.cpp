@@ -1,8 +1,6 @@
 // uwscript: the check of good and bad scripts (messages and positions), and runs with answers.
 #include "UwScriptCommand.h"
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -21,10 +19,9 @@ struct CResult {
 
 CResult UwScript(const std::string& command, const std::string& script, std::vector<std::string> options = {})
 {
-    std::string dir = OrnTest::TempPath("uwscript");
-    std::filesystem::create_directory(dir);
-    std::ofstream(dir + "/s.txt", std::ios::binary) << script;
-    std::vector<std::string> args = {command, dir + "/s.txt"};
+    OrnTest::CScratchDir scratch("uwscript");
+    const std::string& dir = scratch.Path();
+    std::vector<std::string> args = {command, scratch.Write("s.txt", script)};
     args.insert(args.end(), options.begin(), options.end());
     CResult r;
     r.status = RunUwScript(args, r.out, r.err);
@@ -32,7 +29,6 @@ CResult UwScript(const std::string& command, const std::string& script, std::vec
         for (std::size_t at; (at = text->find(dir + "/")) != std::string::npos;)
             text->erase(at, dir.size() + 1);
     }
-    std::filesystem::remove_all(dir);
     return r;
 }
 

@@ -21,21 +21,6 @@ namespace {
 const char cScratchPath[] = "HKEY_CURRENT_USER\\Software\\OrnTest";
 const char cScratchSubkey[] = "Software\\OrnTest";
 
-// Keeps every delivered report; the banner shows the source position.
-class CCaptureHandler : public CErrorHandler {
-public:
-    CCaptureHandler() : mPrevious(SetErrorHandler(this)) {}
-    ~CCaptureHandler() override { SetErrorHandler(mPrevious); }
-    std::vector<std::string> mReports;
-
-protected:
-    CString GetBanner(Int) const override { return "<ErrFile>:<ErrLine>: <msg>"; }
-    void Deliver(const CString& text, DWord) override { mReports.push_back(text.Chars()); }
-
-private:
-    CErrorHandler* mPrevious;
-};
-
 // Checks go through the plain API so they do not trust the code under test.
 class RegKeyWin : public ::testing::Test {
 protected:
@@ -236,7 +221,7 @@ TEST_F(RegKeyWin, ScriptCreatesKeysAndValues)
     GlobalVars.Set("RsKeyName", "FromGlobals");
     CVarList extra;
     extra.Set("RsValue", "from extra");
-    CCaptureHandler handler;
+    OrnTest::CCaptureHandler handler(OrnTest::cPositionBanner);
     OrnTest::AssertRecorder rec;
     bool ok = RunScript("// made by the installer\r\n"
                         "@HKEY_CURRENT_USER/Software/OrnTest/Script=root default\r\n"
@@ -281,7 +266,7 @@ TEST_F(RegKeyWin, ScriptErrorsStopWithTheirMessage)
         {"delete with value", "@HKEY_CURRENT_USER/Software/OrnTest\n-Gone=1\n", true, nullptr, "! hasValue"},
     };
     for (const Row& row : rows) {
-        CCaptureHandler handler;
+        OrnTest::CCaptureHandler handler(OrnTest::cPositionBanner);
         OrnTest::AssertRecorder rec;
         EXPECT_EQ(RunScript(row.script), row.result) << row.what;
         EXPECT_EQ(handler.mReports, row.report ? std::vector<std::string>{row.report} : std::vector<std::string>{})
@@ -323,7 +308,7 @@ TEST_F(RegKeyWin, TreeOverTheRegistry)
 
 TEST_F(RegKeyWin, ScriptsRunFromTheProgramsResources)
 {
-    CCaptureHandler handler;
+    OrnTest::CCaptureHandler handler(OrnTest::cPositionBanner);
     EXPECT_TRUE(RunRegistryScriptResource(101, false, nullptr));
     EXPECT_EQ(RawValue("FromResource", "Source"), "sz:by number:10");
 

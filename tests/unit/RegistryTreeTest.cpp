@@ -13,21 +13,6 @@ using namespace Orn;
 
 namespace {
 
-// Keeps every delivered report; the banner shows the source position.
-class CCaptureHandler : public CErrorHandler {
-public:
-    CCaptureHandler() : mPrevious(SetErrorHandler(this)) {}
-    ~CCaptureHandler() override { SetErrorHandler(mPrevious); }
-    std::vector<std::string> mReports;
-
-protected:
-    CString GetBanner(Int) const override { return "<ErrFile>:<ErrLine>: <msg>"; }
-    void Deliver(const CString& text, DWord) override { mReports.push_back(text.Chars()); }
-
-private:
-    CErrorHandler* mPrevious;
-};
-
 std::string WriteText(CRegistry& registry)
 {
     CString text;
@@ -222,7 +207,7 @@ TEST(RegistryFile, DamagedTextGivesCleanStatus)
         {"deep", head + deep + std::string(600, '}') + "}"},
     };
     for (const auto& [what, text] : rows) {
-        CCaptureHandler handler;
+        OrnTest::CCaptureHandler handler(OrnTest::cPositionBanner);
         CMemRegistry reg;
         EXPECT_EQ(ReadText(reg, text), E_BadSyntax) << what;
         EXPECT_EQ(handler.mReports, std::vector<std::string>{"<ErrFile>:<ErrLine>: Exception: E_BadSyntax"}) << what;
@@ -231,7 +216,7 @@ TEST(RegistryFile, DamagedTextGivesCleanStatus)
 
 TEST(RegistryFile, ErrorsNameTheSourceLineAndKeepWhatWasRead)
 {
-    CCaptureHandler handler;
+    OrnTest::CCaptureHandler handler(OrnTest::cPositionBanner);
     CMemRegistry reg;
     EXPECT_EQ(ReadText(reg, "!VRREG 1.0 {\n\tkept=\"1\"\n\tbroken\n}\n", "tree.txt"), E_BadSyntax);
     EXPECT_EQ(handler.mReports, std::vector<std::string>{"tree.txt:4: Exception: E_BadSyntax"})
@@ -242,7 +227,7 @@ TEST(RegistryFile, ErrorsNameTheSourceLineAndKeepWhatWasRead)
 
 TEST(RegistryFile, StoreAndStreamFailures)
 {
-    CCaptureHandler handler;
+    OrnTest::CCaptureHandler handler(OrnTest::cPositionBanner);
     CReadOnlyRegistry readOnly;
     EXPECT_EQ(ReadText(readOnly, "!VRREG 1.0 {\nd {\n a=\"1\"\n}\n}\n"), Failure);
     EXPECT_EQ(readOnly.Open("d"), S_RegIsDirectory) << "the directory came before the refused value";

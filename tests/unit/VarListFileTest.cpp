@@ -1,9 +1,6 @@
 // Variable lists in files: binary round trips and damaged files, the text form's reports and quirks, dumps.
 #include "VarList.h"
 
-#include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -17,19 +14,6 @@ using namespace Orn;
 namespace {
 
 const std::string cHeader = "Vantrel Configuration File 1.0";
-
-// A scratch file removed at the end of the test.
-struct CScratch {
-    explicit CScratch(const char* name) : path(OrnTest::TempPath(name)) {}
-    ~CScratch() { std::remove(path.c_str()); }
-    void Write(const std::string& bytes) const { std::ofstream(path, std::ios::binary) << bytes; }
-    std::string Read() const
-    {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-    std::string path;
-};
 
 // The dump of a list, without indentation.
 std::string Dump(const CVarList& list)
@@ -69,7 +53,7 @@ TEST(VarListFile, SaveWritesTheExactLayoutAndLoadAdds)
     CVarList list;
     list.Set("A", "1");
     list.Set("B", "two", true);
-    CScratch file("layout.vrc");
+    OrnTest::CScratchFile file("layout.vrc");
     ASSERT_EQ(list.Save(file.path.c_str()), Ok);
     EXPECT_EQ(file.Read(), cGoodFile);
 
@@ -87,7 +71,7 @@ TEST(VarListFile, SaveAndLoadRoundTrip)
     list.Set("%Locked", "fixed");
     list.Set("Empty", "");
     list.Set("High", "caf\xE9 \x80\xFF");
-    CScratch file("round.vrc");
+    OrnTest::CScratchFile file("round.vrc");
     ASSERT_EQ(list.Save(file.path.c_str()), Ok);
     EXPECT_EQ(loaded.Load(file.path.c_str()), Ok);
     EXPECT_EQ(Dump(loaded), Dump(list));
@@ -113,7 +97,7 @@ TEST(VarListFile, DamagedFilesGiveACleanStatus)
         {"intact", cGoodFile, Ok, both},
     };
     for (const Row& row : rows) {
-        CScratch file("damaged.vrc");
+        OrnTest::CScratchFile file("damaged.vrc");
         file.Write(row.bytes);
         CVarList list;
         EXPECT_EQ(list.Load(file.path.c_str()), row.status) << row.name;
@@ -125,7 +109,7 @@ TEST(VarListFile, DamagedFilesGiveACleanStatus)
 TEST(VarListFile, EveryCutAndBitFlipIsRefused)
 {
     OrnTest::AssertRecorder rec;
-    CScratch file("flipped.vrc");
+    OrnTest::CScratchFile file("flipped.vrc");
     std::vector<std::string> damaged;
     for (size_t len = 0; len < cGoodFile.size(); ++len)
         damaged.push_back(cGoodFile.substr(0, len));
@@ -143,11 +127,11 @@ TEST(VarListFile, EveryCutAndBitFlipIsRefused)
 
 TEST(VarListFile, LoadAnyChoosesTheFormByExtension)
 {
-    CScratch binary("upper.VRC");
+    OrnTest::CScratchFile binary("upper.VRC");
     binary.Write(cGoodFile);
-    CScratch textual("config.txt");
+    OrnTest::CScratchFile textual("config.txt");
     textual.Write(cHeader + "\r\nA : STRING = text\r\nbad line\r\n");
-    CScratch textAsVrc("text.vrc");
+    OrnTest::CScratchFile textAsVrc("text.vrc");
     textAsVrc.Write(cHeader + "\nA : STRING = text\n");
 
     CVarList list;
