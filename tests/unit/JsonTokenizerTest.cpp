@@ -1,4 +1,4 @@
-// Tests of the JSON-like token reader: token sequences, escapes, errors and printing.
+// Tests of the JSON-like token reader: token sequences, escapes and errors.
 #include <string>
 
 #include "JsonTokenizer.h"
@@ -95,17 +95,4 @@ TEST(JsonTokenizer, ValuesAndTheRepeatedEnd)
     EXPECT_ASSERTED(rec, "mLastToken == jsonSTRING");
     EXPECT_EQ(jsonEOF, tokens.NextToken());
     EXPECT_EQ(jsonEOF, tokens.NextToken());
-}
-
-TEST(JsonTokenizer, PrintTokenCode)
-{
-    struct { Int token; const char* text; } const cases[] = {
-        {jsonEOF, "EOF"}, {jsonINTEGER, "INTEGER"}, {jsonSTRING, "STRING"}, {':', "TOKEN(':')"},
-    };
-    for (const auto& c : cases) {
-        CString printed;
-        CStringStream out(printed, smWrite);
-        CJsonTokenizer::PrintTokenCode(out, c.token);
-        EXPECT_STREQ(c.text, printed.Chars()) << c.token;
-    }
 }

@@ -1,6 +1,5 @@
-// Operating-system queries against the running system: version, bitness, language, window owner, adapter.
+// Operating-system queries against the running system: version, bitness, language, window owner.
 #include <windows.h>
-#include <iphlpapi.h>
 
 #include <cstring>
 #include <memory>
@@ -70,18 +69,6 @@ TEST(OSQueriesWinTest, WindowOwnerIsThisProgram)
     EXPECT_ASSERTED(rec, "::IsWindow(win)");
     EXPECT_FALSE(Orn::GetWindowProcessExe(gone, exe));
     EXPECT_STREQ("", exe.Chars());
-}
-
-// Only one adapter record fits: a machine with more adapters has no address.
-TEST(OSQueriesWinTest, AdapterAddressIsTheFirstOfOneRecord)
-{
-    IP_ADAPTER_INFO one = {};
-    ULONG size = sizeof one;
-    const bool fits = ::GetAdaptersInfo(&one, &size) == ERROR_SUCCESS;
-    const Orn::Byte zeros[6] = {};
-    Orn::Byte address[6] = {1, 2, 3, 4, 5, 6};
-    EXPECT_EQ(fits, Orn::GetAdapterAddress(address)) << "bytes needed: " << size;
-    EXPECT_EQ(0, std::memcmp(fits ? one.Address : zeros, address, 6));
 }
 
 TEST(OSQueriesWinTest, SystemDriveDevice)

@@ -2,7 +2,6 @@
 #include "VersionRequest.h"
 
 #include <cstdlib>
-#include <regex>
 #include <string>
 
 #include "RegKey.h"
@@ -119,29 +118,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(UpdateWatcherWinTest, SendsTheRequestAndCutsTheReply)
-{
-    mServer.Enqueue(HttpAnswer::Page("<html>[START]\r\nset x, \"1\";\r\n[END]</html>\r\n"));
-    OrnTest::AssertRecorder rec;
-    CRecordingWatcher watcher;
-    EXPECT_EQ(Check(watcher), Ok);
-    EXPECT_NO_ASSERTS(rec) << "every core parameter has a value on this machine";
-    EXPECT_STREQ(mReply, "\nset x, \"1\";\n");
-
-    auto requests = mServer.Requests();
-    ASSERT_EQ(requests.size(), 1u);
-    EXPECT_EQ(requests[0].method, "GET");
-    EXPECT_EQ(std::string(mURL.Chars()), mServer.Url(requests[0].path + "?" + requests[0].query)) << "as sent";
-    EXPECT_EQ(requests[0].Header("User-Agent"), "VRL Version Checker");
-    // The order and the fixed values are pinned by the portable tests; here the machine facts.
-    EXPECT_TRUE(std::regex_search(requests[0].query, std::regex("&VR_MACAddr=(none|[0-9A-F]{12})&VR_OS=WIN&VR_OSVer="
-                                                                "\\d+\\.\\d+&VR_OSLang=[a-zA-Z0-9-]+&VR_OSBits=64&")))
-        << requests[0].query << "\n(a 64-bit build runs on 64-bit Windows only)";
-    EXPECT_STREQ(watcher.RequestVars().Find("VR_UserTime"), ReadValue(UserKeyPath, "UserTime").c_str())
-        << "the user's time is stored by every request";
-    EXPECT_EQ(watcher.mBoxes, "Version Check: Non-standard version check.;") << "the loopback server is not standard";
-}
 
 TEST_F(UpdateWatcherWinTest, SilentServerTimesOut)
 {
