@@ -34,33 +34,6 @@ TEST(Status, NamesAndModules)
     EXPECT_EQ(FindModuleTable("reg"), nullptr);
 }
 
-TEST(Status, OutOfRangeConstructionAsserts)
-{
-    OrnTest::AssertRecorder rec;
-    (void)RStatus(true, 0, 128);
-    EXPECT_ASSERTED(rec, "code>=0 && code<=127");
-    (void)RStatus(true, -1, 0);
-    EXPECT_ASSERTED(rec, "mod>=0 && mod<=511");
-}
-
-TEST(Status, SecondTableForAnIdAsserts)
-{
-    OrnTest::AssertRecorder rec;
-    // An id of its own, so the real tables stay first in the list for the other tests.
-    static const CModuleTable::Row rows[] = {{MakeStatus(true, 200, 1).Word(), "E_Dummy"}};
-    static CModuleTable first("First", 200, 1, rows);
-    EXPECT_NO_ASSERTS(rec);
-    static CModuleTable second("Second", 200, 1, rows);
-    EXPECT_ASSERTED(rec, "! FindModuleTable(modId)");
-}
-
-TEST(Status, FindRowOfAnotherModuleAsserts)
-{
-    OrnTest::AssertRecorder rec;
-    EXPECT_EQ(FindModuleTable(4)->FindRow(E_NotFound), nullptr);
-    EXPECT_ASSERTED(rec, "error.Module() == mModuleId");
-}
-
 TEST(Status, OSErrorMapping)
 {
     struct Row {

@@ -86,21 +86,3 @@ TEST(Stream6Bit, GroupsPartialGroupsAndLineBreaks)
         EXPECT_EQ(c.text, out.bytes) << c.name;
     }
 }
-
-TEST(Stream6Bit, MisuseAsserts)
-{
-    struct { const char* name; Int encoding; const char* a63_64; const char* assertion; } const cases[] = {
-        {"missing characters", encSystem, nullptr, "a63_64"},
-        {"one character", encSystem, "-", "Str::Length(a63_64) >= 2"},
-        {"Unicode output", encUTF8, "-#", "! IsUnicodeEncoding()"},
-    };
-    for (const auto& c : cases) {
-        OrnTest::AssertRecorder rec;
-        CMemStream source("x", 1);
-        CCaptureStream out;
-        out.SetEncoding(c.encoding);
-        EXPECT_FALSE(out.Encode6Bit(source, 0, nullptr, nullptr, c.a63_64)) << c.name;
-        EXPECT_ASSERTED(rec, c.assertion) << c.name;
-        EXPECT_EQ("", out.bytes) << c.name;
-    }
-}

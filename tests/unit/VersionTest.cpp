@@ -72,23 +72,6 @@ TEST(VersionTest, DisplayTextLimitIsNinetyNineCharactersBeforeTheSemicolon)
     EXPECT_TRUE(v.Parse(("3.1;" + std::string(500, 'x')).c_str()));
 }
 
-TEST(VersionTest, RangeAndNullAssertions)
-{
-    OrnTest::AssertRecorder rec;
-    CVersion v;
-    EXPECT_TRUE(v.Parse("3,1,255,0", Orn::vsComma));
-    EXPECT_NO_ASSERTS(rec);
-    v.Parse("3,1,256,0", Orn::vsComma);
-    EXPECT_ASSERTED(rec, "(temp>=0) && (temp<= 0xFF)");
-    EXPECT_FALSE(v.Parse(nullptr));
-    EXPECT_FALSE(v.IsValid());
-    EXPECT_ASSERTED(rec, "version");
-    CVersion a(-1, 0), b(1, -1), c(1, 0, 'C');
-    EXPECT_ASSERTED(rec, "major >= 0");
-    EXPECT_ASSERTED(rec, "minor >= 0");
-    EXPECT_ASSERTED(rec, "(letter == 0) || ((letter >= 'a') && (letter <= 'z'))");
-}
-
 TEST(VersionTest, InvalidVersionsAssertWhenCopiedComparedOrFormatted)
 {
     OrnTest::AssertRecorder rec;
