@@ -40,7 +40,6 @@ const char* ReasonPhrase(int status)
 {
     switch (status) {
     case 200: return "OK";
-    case 301: return "Moved Permanently";
     case 302: return "Found";
     case 404: return "Not Found";
     case 500: return "Internal Server Error";
@@ -160,12 +159,14 @@ HttpAnswer HttpAnswer::Page(std::string body, int status, std::string contentTyp
     return answer;
 }
 
-HttpAnswer HttpAnswer::Redirect(const std::string& location, int status)
+HttpAnswer HttpAnswer::Redirect(const std::string& location)
 {
-    return Page("", status).Header("Location", location);
+    HttpAnswer answer = Page("", 302);
+    answer.headers.emplace_back("Location", location);
+    return answer;
 }
 
-HttpAnswer HttpAnswer::Oversized(std::size_t bytes, char fill) { return Page(std::string(bytes, fill)); }
+HttpAnswer HttpAnswer::Oversized(std::size_t bytes) { return Page(std::string(bytes, 'x')); }
 
 HttpAnswer HttpAnswer::CloseWithoutAnswer()
 {
@@ -196,12 +197,6 @@ HttpAnswer HttpAnswer::NeverAnswer()
     return answer;
 }
 
-HttpAnswer& HttpAnswer::Delay(unsigned ms)
-{
-    delayMs = ms;
-    return *this;
-}
-
 HttpAnswer& HttpAnswer::Drip(std::size_t bytes, unsigned everyMs)
 {
     dripBytes = bytes;
@@ -212,12 +207,6 @@ HttpAnswer& HttpAnswer::Drip(std::size_t bytes, unsigned everyMs)
 HttpAnswer& HttpAnswer::WithoutLength()
 {
     sendLength = false;
-    return *this;
-}
-
-HttpAnswer& HttpAnswer::Header(const std::string& name, const std::string& value)
-{
-    headers.emplace_back(name, value);
     return *this;
 }
 
@@ -362,7 +351,7 @@ void TestHttpServer::Impl::Answer(Socket& connection, const HttpAnswer& answer)
         changed.wait(lock, [this] { return stopping; });
         return;
     }
-    if (!Pause(answer.delayMs) || answer.kind == HttpAnswer::Kind::CloseWithoutAnswer)
+    if (answer.kind == HttpAnswer::Kind::CloseWithoutAnswer)
         return;
     std::string head = ResponseHead(answer);
     if (!SendAll(connection.Get(), head.data(), head.size()))
@@ -397,13 +386,6 @@ TestHttpServer::TestHttpServer() : mImpl(new Impl)
 
 TestHttpServer::~TestHttpServer()
 {
-    Stop();
-    if (mImpl->winsockStarted)
-        ::WSACleanup();
-}
-
-void TestHttpServer::Stop()
-{
     {
         std::lock_guard<std::mutex> lock(mImpl->mutex);
         mImpl->stopping = true;
@@ -416,6 +398,8 @@ void TestHttpServer::Stop()
         if (connection.joinable())
             connection.join();
     mImpl->listener.Close();
+    if (mImpl->winsockStarted)
+        ::WSACleanup();
 }
 
 bool TestHttpServer::IsListening() const { return mImpl->listener.IsValid(); }
