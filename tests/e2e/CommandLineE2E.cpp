@@ -34,19 +34,6 @@ TEST_F(CommandLineE2E, BadCommandLinesEndWithTwoAndNoLog)
     }
 }
 
-TEST_F(CommandLineE2E, SlashStandsForDash)
-{
-    // A version server that refuses at once: the check fails (3) rather than the command line (2).
-    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, "SOFTWARE\\Vantrel\\VRNB3", "VersionDomain", "127.0.0.1:1"));
-    RunResult r = RunUpdateWatch("/s /v PagesTotal=1", [](const Window& w) {
-        bool expected = w.caption == "Version Check" && w.text == "Non-standard version check.";
-        return expected ? Answer::Press(IDOK) : Answer::Press(-1);
-    });
-    DeleteRegTree(HKEY_CURRENT_USER, "SOFTWARE\\Vantrel");
-    EXPECT_EQ(r.exitCode, 3u);
-    EXPECT_FALSE(r.timedOut);
-}
-
 TEST_F(CommandLineE2E, SecondInstanceSaysSoEvenWithSuppressedDialogs)
 {
     // This process holds the program's mutex, as a first instance would.

@@ -105,14 +105,16 @@ std::string BinDir()
     return dir.substr(0, dir.find_last_of("\\/"));
 }
 
-std::string ProgramPath() { return BinDir() + "\\UpdateWatch.exe"; }
-
-std::string LogPath()
+std::string TempDir()
 {
     char dir[MAX_PATH + 1] = {0};
     ::GetTempPathA(MAX_PATH, dir);
-    return std::string(dir) + "Nimbra Version Check.log";
+    return dir;
 }
+
+std::string ProgramPath() { return BinDir() + "\\UpdateWatch.exe"; }
+
+std::string LogPath() { return TempDir() + "Nimbra Version Check.log"; }
 
 bool FileExists(const std::string& path) { return ::GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
@@ -161,11 +163,23 @@ RunResult RunProgram(const std::string& program, const std::string& args, Watche
     return result;
 }
 
+TempFile::TempFile(const std::string& name, const std::string& bytes) : mPath(TempDir() + name)
+{
+    std::ofstream out(mPath, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (!out)
+        ADD_FAILURE() << "cannot write " << mPath;
+}
+
+TempFile::~TempFile() { DeleteFileIfAny(mPath); }
+
+TempPath::TempPath(const std::string& name) : mPath(TempDir() + name) { DeleteFileIfAny(mPath); }
+
+TempPath::~TempPath() { DeleteFileIfAny(mPath); }
+
 ScratchInstall::ScratchInstall(const std::string& name)
 {
-    char dir[MAX_PATH + 1] = {0};
-    ::GetTempPathA(MAX_PATH, dir);
-    mDir = std::string(dir) + "uw_e2e_" + name;
+    mDir = TempDir() + "uw_e2e_" + name;
     ::CreateDirectoryA(mDir.c_str(), nullptr);
     if (!::CopyFileA(ProgramPath().c_str(), Program().c_str(), FALSE))
         ADD_FAILURE() << "cannot copy UpdateWatch.exe to " << mDir;

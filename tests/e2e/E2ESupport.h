@@ -36,6 +36,8 @@ struct RunResult {
 // Directory of the test program (UpdateWatch.exe and nimbra.vrc sit beside it).
 std::string BinDir();
 std::string ProgramPath();
+// The temporary directory, with its trailing backslash.
+std::string TempDir();
 // "<temp>\Nimbra Version Check.log".
 std::string LogPath();
 bool FileExists(const std::string& path);
@@ -47,6 +49,37 @@ RunResult RunUpdateWatch(const std::string& args, Watcher watcher = nullptr, DWO
 // The same for a program at another path (a scratch installation).
 RunResult RunProgram(const std::string& program, const std::string& args, Watcher watcher = nullptr,
                      DWORD timeoutMs = 30000);
+
+// A file in the temporary directory with exactly the given bytes; removed when the object goes.
+class TempFile {
+public:
+    TempFile(const std::string& name, const std::string& bytes);
+    ~TempFile();
+    TempFile(const TempFile&) = delete;
+    TempFile& operator=(const TempFile&) = delete;
+
+    const std::string& Path() const { return mPath; }
+    // The path in double quotes, as one command-line argument.
+    std::string Arg() const { return "\"" + mPath + "\""; }
+
+private:
+    std::string mPath;
+};
+
+// A path in the temporary directory that holds no file (any earlier one is removed, now and at the end).
+class TempPath {
+public:
+    explicit TempPath(const std::string& name);
+    ~TempPath();
+    TempPath(const TempPath&) = delete;
+    TempPath& operator=(const TempPath&) = delete;
+
+    const std::string& Path() const { return mPath; }
+    std::string Arg() const { return "\"" + mPath + "\""; }
+
+private:
+    std::string mPath;
+};
 
 // A copy of UpdateWatch.exe in a directory of its own, with or without a configuration file beside it.
 class ScratchInstall {

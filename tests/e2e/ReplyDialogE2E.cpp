@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "DialogE2ESupport.h"
 #include "E2ESupport.h"
 
 using namespace E2E;
@@ -16,6 +15,77 @@ namespace {
 const int cMessageId = 1001;
 const int cCheckboxId = 1002;
 const int cButtonIds[3] = {1003, 1004, 1005};
+
+// One control of a dialog as the user sees it.
+struct Control {
+    bool visible = false;
+    std::string text;
+    RECT rect{}; // in the dialog's client coordinates
+    LONG style = 0;
+    bool checked = false; // for check boxes
+};
+
+// Messages to the program's window wait at most this long, so a hung program fails a test instead of hanging it.
+const UINT cSendTimeoutMs = 5000;
+
+LRESULT SendWithTimeout(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam)
+{
+    DWORD_PTR result = 0;
+    ::SendMessageTimeoutA(hwnd, msg, wParam, lParam, SMTO_NORMAL, cSendTimeoutMs, &result);
+    return static_cast<LRESULT>(result);
+}
+
+HWND FocusedWindow(HWND dlg)
+{
+    GUITHREADINFO info{};
+    info.cbSize = sizeof info;
+    DWORD thread = ::GetWindowThreadProcessId(dlg, nullptr);
+    return ::GetGUIThreadInfo(thread, &info) ? info.hwndFocus : nullptr;
+}
+
+RECT WindowRectOf(HWND hwnd)
+{
+    RECT rc{};
+    ::GetWindowRect(hwnd, &rc);
+    return rc;
+}
+
+RECT ClientRectOf(HWND hwnd)
+{
+    RECT rc{};
+    ::GetClientRect(hwnd, &rc);
+    return rc;
+}
+
+Control DialogControl(HWND dlg, int id)
+{
+    Control c;
+    HWND ctl = ::GetDlgItem(dlg, id);
+    if (!ctl)
+        return c;
+    c.visible = ::IsWindowVisible(ctl) != 0;
+    c.text = WindowText(ctl);
+    c.rect = WindowRectOf(ctl);
+    ::MapWindowPoints(HWND_DESKTOP, dlg, reinterpret_cast<POINT*>(&c.rect), 2);
+    c.style = ::GetWindowLongA(ctl, GWL_STYLE);
+    c.checked = SendWithTimeout(ctl, BM_GETCHECK, 0, 0) == BST_CHECKED;
+    return c;
+}
+
+int FocusedControlId(HWND dlg)
+{
+    HWND focus = FocusedWindow(dlg);
+    return focus ? ::GetDlgCtrlID(focus) : 0;
+}
+
+void PostKey(HWND dlg, int virtualKey)
+{
+    HWND target = FocusedWindow(dlg);
+    if (!target)
+        target = dlg;
+    ::PostMessageA(target, WM_KEYDOWN, virtualKey, 1);
+    ::PostMessageA(target, WM_KEYUP, virtualKey, 0xC0000001);
+}
 
 // How a test ends the dialog.
 enum class Ending { Button1, Button2, Button3, Enter, Esc, CloseBox };
@@ -114,7 +184,7 @@ ScriptRun RunScript(const std::string& script, const RunOptions& options = RunOp
 {
     DeleteFileIfAny(LogPath());
     ScriptRun run;
-    std::string path = WriteTempFile("uw_e2e_reply_script.txt", script);
+    TempFile file("uw_e2e_reply_script.txt", script);
     Watcher watcher = [&](const Window& w) {
         if (IsReplyDialog(w.hwnd)) {
             if (run.shot.seen)
@@ -131,10 +201,9 @@ ScriptRun RunScript(const std::string& script, const RunOptions& options = RunOp
         }
         return Answer::Press(-1);
     };
-    run.result = RunUpdateWatch("-s -script \"" + path + "\"" + options.extraArgs, watcher);
+    run.result = RunUpdateWatch("-s -script " + file.Arg() + options.extraArgs, watcher);
     EXPECT_FALSE(run.result.timedOut) << script;
     run.log = ReadFile(LogPath());
-    DeleteFileIfAny(path);
     return run;
 }
 
@@ -185,6 +254,8 @@ TEST(ReplyDialogE2E, ButtonRowsAreEqualCentredAndKeepTheirOrder)
         for (int i = 0; i < 3; ++i)
             EXPECT_EQ(IsDefaultButton(s.buttons[i]), i == row.defaultIndex) << row.name << ": button " << i;
         EXPECT_EQ(s.focusId, cButtonIds[row.defaultIndex]) << row.name;
+        EXPECT_EQ(s.window.left, (::GetSystemMetrics(SM_CXSCREEN) - Width(s.window)) / 2) << row.name << ": centred";
+        EXPECT_EQ(s.window.top, (::GetSystemMetrics(SM_CYSCREEN) - Height(s.window)) / 2) << row.name << ": centred";
         if (row.count == 3 && shortWidth == 0)
             shortWidth = Width(first);
         if (std::string(row.name) == "three long texts") {
@@ -286,31 +357,6 @@ TEST(ReplyDialogE2E, TextsThatReferToThemselvesStopAtTheirBound)
     }
 }
 
-TEST(ReplyDialogE2E, ThreeButtonsWithCheckboxAsTheUserSeesIt)
-{
-    std::string picture = ArtifactDir() + "\\reply-dialog.bmp";
-    DeleteFileIfAny(picture);
-    RunOptions options;
-    options.act = [&](HWND dlg) {
-        PaintNow(dlg);
-        EXPECT_TRUE(SaveWindowBitmap(dlg, picture));
-    };
-    ScriptRun run = RunScript(WithLabels("set ShowTips, 1;\n"
-                                         "dialog \"Nimbra update\", \"Nimbra 3.2 is available. It reads long formulas "
-                                         "aloud and fixes printing. Download it now?\", checkbox, \"Show tips\", "
-                                         "ShowTips, button, def, \"Download\", b1, button, \"Later\", b2, button, "
-                                         "close, \"Never\", b3;"),
-                              options);
-    ASSERT_TRUE(run.shot.seen);
-    EXPECT_EQ(VisibleButtons(run.shot), 3);
-    EXPECT_TRUE(run.shot.checkbox.visible && run.shot.checkbox.checked);
-    RECT screen = {0, 0, ::GetSystemMetrics(SM_CXSCREEN), ::GetSystemMetrics(SM_CYSCREEN)};
-    EXPECT_EQ(run.shot.window.left, (Width(screen) - Width(run.shot.window)) / 2) << "centred on the screen";
-    EXPECT_EQ(run.shot.window.top, (Height(screen) - Height(run.shot.window)) / 2) << "centred on the screen";
-    EXPECT_GT(CountBitmapColours(picture), 2) << "the picture shows the dialog, not a blank area: " << picture;
-    EXPECT_EQ(ReplyVar(run.log, "$pressed"), "b1");
-}
-
 TEST(ReplyDialogE2E, EachWayOfClosingRunsItsLabel)
 {
     struct Row {
@@ -367,13 +413,11 @@ TEST(ReplyDialogE2E, CheckboxShowsAndStoresItsVariable)
         const char* stored;
     };
     const Row rows[] = {
-        {"set to 1", "set ShowTips, 1;", "ShowTips", "ShowTips", false, true, "1"},
         {"set to 0, user checks it", "set ShowTips, 0;", "ShowTips", "ShowTips", true, false, "1"},
         {"set to 1, user clears it", "set ShowTips, 1;", "ShowTips", "ShowTips", true, true, "0"},
         {"undefined", "", "$tipsUndefined", "$tipsUndefined", false, false, "0"},
         {"undefined with neg", "", "neg, $tipsUndefined", "$tipsUndefined", false, true, "0"},
         {"neg, user checks it", "set ShowTips, 1;", "neg, ShowTips", "ShowTips", true, false, "0"},
-        {"neg, set to 0", "set ShowTips, 0;", "neg, ShowTips", "ShowTips", false, true, "0"},
     };
     for (const Row& row : rows) {
         // After the dialog the script reads the stored value back through `if`.

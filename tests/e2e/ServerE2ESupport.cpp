@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
 
 namespace E2E {
 
@@ -16,13 +15,6 @@ const char NonStandardText[] = "Non-standard version check.";
 const char NonStandardCaption[] = "Version Check";
 
 namespace {
-
-std::string TempDir()
-{
-    char dir[MAX_PATH + 1] = {0};
-    ::GetTempPathA(MAX_PATH, dir);
-    return dir;
-}
 
 int HexDigitValue(char c)
 {
@@ -149,20 +141,6 @@ bool RegKeyExists(HKEY root, const std::string& key)
     ::RegCloseKey(hkey);
     return true;
 }
-
-TempFile::TempFile(const std::string& name, const std::string& bytes) : mPath(TempDir() + name)
-{
-    std::ofstream out(mPath, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (!out)
-        ADD_FAILURE() << "cannot write " << mPath;
-}
-
-TempFile::~TempFile() { DeleteFileIfAny(mPath); }
-
-TempPath::TempPath(const std::string& name) : mPath(TempDir() + name) { DeleteFileIfAny(mPath); }
-
-TempPath::~TempPath() { DeleteFileIfAny(mPath); }
 
 long long NowSeconds() { return static_cast<long long>(std::time(nullptr)); }
 

@@ -49,37 +49,6 @@ bool ReadRegString(HKEY root, const std::string& key, const std::string& name, s
 std::vector<std::string> RegValueNames(HKEY root, const std::string& key);
 bool RegKeyExists(HKEY root, const std::string& key);
 
-// A file in the temporary directory with exactly the given bytes; removed when the object goes.
-class TempFile {
-public:
-    TempFile(const std::string& name, const std::string& bytes);
-    ~TempFile();
-    TempFile(const TempFile&) = delete;
-    TempFile& operator=(const TempFile&) = delete;
-
-    const std::string& Path() const { return mPath; }
-    // The path in double quotes, as one command-line argument.
-    std::string Arg() const { return "\"" + mPath + "\""; }
-
-private:
-    std::string mPath;
-};
-
-// A path in the temporary directory that holds no file (any earlier one is removed, now and at the end).
-class TempPath {
-public:
-    explicit TempPath(const std::string& name);
-    ~TempPath();
-    TempPath(const TempPath&) = delete;
-    TempPath& operator=(const TempPath&) = delete;
-
-    const std::string& Path() const { return mPath; }
-    std::string Arg() const { return "\"" + mPath + "\""; }
-
-private:
-    std::string mPath;
-};
-
 // The seconds since 1970 now, as the program reads its clock.
 long long NowSeconds();
 

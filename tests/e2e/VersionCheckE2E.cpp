@@ -60,8 +60,6 @@ bool IsDotted(const std::string& text, int numbers)
     return true;
 }
 
-std::string Seconds(long long offset) { return std::to_string(NowSeconds() + offset); }
-
 void VersionCheckE2E::ExpectMachineFactForms(const QueryPairs& pairs)
 {
     EXPECT_TRUE(IsDotted(Param(pairs, "VR_ProdVer"), 4)) << Param(pairs, "VR_ProdVer");
@@ -81,13 +79,23 @@ TEST_F(VersionCheckE2E, FullRequestAndStoredReply)
     mServer.Enqueue(HttpAnswer::Page("<html><body>[START]\r\nset $greeting, \"hello world\";\r\n"
                                      "set ShowTips, \"0\";\r\n[END]</body></html>"));
 
-    RunResult r = Run(cCheckArgs);
+    RunResult r = Run("-s -verbose -v \"EqTotal=3 PagesTotal=12\"");
     EXPECT_EQ(r.exitCode, 0u);
     EXPECT_EQ(CountNonStandardBoxes(r), 1);
     std::string log = Log();
     EXPECT_TRUE(HasText(log, "Success: Version check\r\n")) << log;
 
     HttpRequest request = OnlyRequest();
+    // The verbose sections: what the product asked for, the URL as sent, and the reply script.
+    const std::string url = "http://" + ServerHost() + request.path + "?" + request.query;
+    EXPECT_TRUE(HasText(log, "Start: Dump of app-specific version request parameters {\r\n\tEqTotal\t=\t\"3\"\r\n"
+                             "\tPagesTotal\t=\t\"12\"\r\n\tNotify\t=\t\"X\"\r\n} End: Dump of app-specific"))
+        << log;
+    EXPECT_TRUE(HasText(log, "Start: URL info {\r\n\tURL = \"" + url + "\".\r\n\tURL length = " +
+                                 std::to_string(url.size()) + ".\r\n\tURL (unescaped) = \"http://"))
+        << log;
+    EXPECT_TRUE(HasText(log, "Start: Script {\r\n")) << log;
+    EXPECT_TRUE(HasText(log, "\tset $greeting, \"hello world\";\r\n\tset ShowTips, \"0\";\r\n")) << log;
     EXPECT_EQ(request.method, "GET");
     EXPECT_EQ(request.path, VersionRequestPath);
     QueryPairs pairs = SplitQuery(request.query);
@@ -141,50 +149,8 @@ TEST_F(VersionCheckE2E, ReplyThatCannotBeStoredStillEndsTheCheckWell)
     EXPECT_TRUE(HasText(log, "Success: Version check\r\n")) << log;
 }
 
-TEST_F(VersionCheckE2E, TestParametersFollowTheCoreOnes)
-{
-    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "UWServerTestVer", "5"));
-    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "UWServerScriptId", "script 7"));
-    QueryPairs pairs = CheckOnce();
-    std::vector<std::string> names = QueryNames(pairs);
-    ASSERT_GE(names.size(), 3u);
-    EXPECT_EQ(std::vector<std::string>(names.end() - 3, names.end()),
-              (std::vector<std::string>{"VR_Vendor", "VR_TestVer", "VR_TestScript"}));
-    EXPECT_EQ(Param(pairs, "VR_TestVer"), "5");
-    EXPECT_EQ(Param(pairs, "VR_TestScript"), "script 7");
-}
-
-TEST_F(VersionCheckE2E, LastCheckAndTipComeFromTheRegistry)
-{
-    struct Row {
-        const char* name;
-        std::string lastUpdateWatch; // "" for none
-        const char* lastTip;         // null for none
-        const char* lastUW;
-        const char* sentTip;
-    };
-    const Row rows[] = {
-        {"never checked", "", nullptr, "-1", "-1"},
-        {"36 hours ago", Seconds(-36 * 3600), "7", "1", "7"},
-        {"ten days ago", Seconds(-(10 * 86400 + 3600)), "0", "10", "0"},
-        {"in the future: truncated toward zero", Seconds(3 * 86400 + 12 * 3600), nullptr, "-3", "-1"},
-    };
-    for (const Row& row : rows) {
-        DeleteRegTree(HKEY_CURRENT_USER, CompanyKey);
-        PointAt(ServerHost());
-        if (!row.lastUpdateWatch.empty()) {
-            ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "LastUpdateWatch", row.lastUpdateWatch));
-        }
-        if (row.lastTip) {
-            ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "LastTip", row.lastTip));
-        }
-        QueryPairs pairs = CheckOnce();
-        EXPECT_EQ(Param(pairs, "VR_LastUW"), row.lastUW) << row.name;
-        EXPECT_EQ(Param(pairs, "VR_LastTip"), row.sentTip) << row.name;
-    }
-}
-
-TEST_F(VersionCheckE2E, UserTimeIsFixedOnTheFirstCheckAndRepeated)
+// The user's time is fixed by the first check and repeated; the machine's identity is read but never written.
+TEST_F(VersionCheckE2E, IdentityIsKeptInTheRegistry)
 {
     long long before = NowSeconds();
     QueryPairs first = CheckOnce();
@@ -200,15 +166,9 @@ TEST_F(VersionCheckE2E, UserTimeIsFixedOnTheFirstCheckAndRepeated)
     EXPECT_EQ(Param(first, "VR_MachTime"), "1");
     EXPECT_FALSE(RegKeyExists(HKEY_LOCAL_MACHINE, CompanyKey)) << "a check does not create the machine key";
 
-    QueryPairs second = CheckOnce();
-    EXPECT_EQ(Param(second, "VR_UserTime"), userTime);
-}
-
-TEST_F(VersionCheckE2E, MachineIdentityIsReadButNeverWrittenByACheck)
-{
     ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "Unrelated", "keeps the key"));
-    long long before = NowSeconds();
     QueryPairs fresh = CheckOnce();
+    EXPECT_EQ(Param(fresh, "VR_UserTime"), userTime);
     EXPECT_TRUE(AllOf(Param(fresh, "VR_Random"), isdigit)) << Param(fresh, "VR_Random");
     std::string machTime = Param(fresh, "VR_MachTime");
     ASSERT_TRUE(AllOf(machTime, isdigit)) << machTime;
@@ -219,9 +179,68 @@ TEST_F(VersionCheckE2E, MachineIdentityIsReadButNeverWrittenByACheck)
 
     ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "Random", "424242"));
     ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "MachTime", "1600000000"));
-    QueryPairs stored = CheckOnce();
-    EXPECT_EQ(Param(stored, "VR_Random"), "424242");
-    EXPECT_EQ(Param(stored, "VR_MachTime"), "1600000000");
+    QueryPairs known = CheckOnce();
+    EXPECT_EQ(Param(known, "VR_Random"), "424242");
+    EXPECT_EQ(Param(known, "VR_MachTime"), "1600000000");
+}
+
+// -over and -step, and a reply whose script fails: what the server saw, what is stored, how the check ends.
+TEST_F(VersionCheckE2E, OptionsAndFailingReplies)
+{
+    struct Row {
+        const char* name;
+        const char* args;
+        const char* script;
+        unsigned exitCode;
+        std::vector<std::string> sent; // parts of the query
+        const char* stored;            // $r under UWResult afterwards
+        int steps;
+        const char* logged;
+    };
+    const Row rows[] = {
+        {"-over replaces in place and adds", "-s -verbose -v \"EqTotal=3 PagesTotal=12\" -over \"EqTotal=9 VR_OS=MAC\"",
+         "set $r, \"new\";", 0, {"?EqTotal=9&PagesTotal=12&Notify=X&", "&VR_OS=MAC&"}, "new", 0,
+         "Start: Dump of override version request parameters {\r\n\tEqTotal\t=\t\"9\"\r\n\tVR_OS\t=\t\"MAC\"\r\n}"},
+        {"-step asks before each command", "-s -v EqTotal=3 -step", "set $r, \"new\"; set $b, \"2\";", 0,
+         {"?EqTotal=3&Notify=X&"}, "new", 3, "Success: Version check\r\n"},
+        {"a failing script keeps the earlier reply", "-s -v EqTotal=3", "set $r, \"new\"; bogus;", 3,
+         {"?EqTotal=3&"}, "earlier", 0, "Failure: run script\r\nFailure: Version check\r\n"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        CleanVantrelKeys();
+        PointAt(ServerHost());
+        ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ReplyKey, "$r", "earlier"));
+        std::size_t before = mServer.Requests().size();
+        mServer.Enqueue(HttpAnswer::Page("[START]" + std::string(row.script) + "[END]"));
+        int steps = 0;
+        std::vector<std::string> errors;
+        RunResult r = RunUpdateWatch(row.args, [&](const Window& w) {
+            if (w.caption == NonStandardCaption && w.text == NonStandardText)
+                return Answer::Press(IDOK);
+            if (w.caption == "UpdateWatch" && HasText(w.text, "Single step:\nRemaining script:\n")) {
+                ++steps;
+                return Answer::Press(IDYES);
+            }
+            if (w.caption == "UpdateWatch" && HasText(w.text, "Script error: ")) {
+                errors.push_back(w.text);
+                return Answer::Press(IDOK);
+            }
+            return Answer::Press(-1);
+        });
+        EXPECT_EQ(r.exitCode, row.exitCode);
+        EXPECT_EQ(steps, row.steps);
+        EXPECT_EQ(errors.size(), row.exitCode == 0 ? 0u : 1u);
+        std::vector<HttpRequest> requests = mServer.Requests();
+        ASSERT_EQ(requests.size(), before + 1);
+        for (const std::string& part : row.sent)
+            EXPECT_TRUE(HasText("?" + requests.back().query + "&", part)) << part << " in " << requests.back().query;
+        std::string value;
+        EXPECT_TRUE(ReadRegString(HKEY_CURRENT_USER, ReplyKey, "$r", value));
+        EXPECT_EQ(value, row.stored);
+        std::string log = Log();
+        EXPECT_TRUE(HasText(log, row.logged)) << log;
+    }
 }
 
 TEST_F(VersionCheckE2E, NonStandardBoxWaitsWhileTheRequestIsOut)
