@@ -7,8 +7,10 @@ import os
 import sys
 
 AREAS = [
-    ("framework portable", lambda f: f.startswith("framework/") and "_Win" not in f),
+    ("framework portable", lambda f: f.startswith("framework/") and "_Win" not in f and "_Posix" not in f),
     ("framework _Win", lambda f: f.startswith("framework/") and "_Win" in f),
+    # The native stand-ins for Windows calls: never shipped, there for the native tests and tools.
+    ("framework _Posix", lambda f: f.startswith("framework/") and "_Posix" in f),
     ("app", lambda f: f.startswith("app/")),
     ("tools", lambda f: f.startswith("tools/")),
 ]
