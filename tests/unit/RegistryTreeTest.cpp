@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "CaptureStream.h"
 #include "ErrorHandler.h"
 #include "StringStream.h"
 #include "TestSupport.h"
@@ -40,35 +41,6 @@ std::string Value(CRegistry& registry, const char* dirPath, const char* name)
 class CReadOnlyRegistry : public CMemRegistry {
 public:
     RStatus SetValue(const char*, const char*, const char*) override { return E_NoAccess; }
-};
-
-// Gives its input until failAfter bytes have gone, then fails.
-class CBrokenStream : public CStream {
-public:
-    CBrokenStream(std::string input, Int failAfter) : mInput(std::move(input)), mFailAfter(failAfter)
-    {
-        SetOpened(smRead | smWrite, smCanRead | smCanWrite);
-    }
-
-protected:
-    bool DoRead(void* buf, Int count, Int& got) override
-    {
-        if (mPos >= mFailAfter)
-            return Fail(E_Read);
-        got = static_cast<Int>(mInput.copy(static_cast<char*>(buf), size_t(count), size_t(mPos)));
-        mPos += got;
-        return true;
-    }
-    bool DoWrite(const void*, Int count) override
-    {
-        mPos += count;
-        return mPos <= mFailAfter || Fail(E_DiskFull);
-    }
-
-private:
-    std::string mInput;
-    Int mFailAfter;
-    Int mPos = 0;
 };
 
 const std::string cName64(64, 'n');
@@ -234,10 +206,13 @@ TEST(RegistryFile, StoreAndStreamFailures)
     EXPECT_EQ(handler.mReports, std::vector<std::string>{"<ErrFile>:<ErrLine>: Exception: Failure"});
 
     CMemRegistry reg;
-    CBrokenStream input("!VRREG 1.0 {\n}\n", 5);
+    OrnTest::CCaptureStream input(smRead);
+    input.input = "!VRREG 1.0 {\n}\n";
+    input.failReadAfter = 5;
     EXPECT_EQ(reg.Read(input), E_Read);
     ASSERT_EQ(reg.SetValue("", "v", "1"), Ok);
-    CBrokenStream output("", 16);
+    OrnTest::CCaptureStream output;
+    output.failAfter = 16;
     EXPECT_EQ(reg.Write(output), E_DiskFull);
 
     // The writer refuses what the reader would.
