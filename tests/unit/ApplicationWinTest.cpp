@@ -39,19 +39,6 @@ TEST(ApplicationWin, GUIMainSplitsTheCommandLineAndRuns)
     EXPECT_EQ(CApplication::Get(), nullptr) << "the application is on the delete list";
 }
 
-TEST(ApplicationWin, SecondApplicationAsserts)
-{
-    CGlobalDeleteList::Create();
-    new TestApp;
-    OrnTest::AssertRecorder rec;
-    auto* second = new TestApp;
-    EXPECT_ASSERTED(rec, "! cModule");
-    EXPECT_ASSERTED(rec, "! cApp");
-    EXPECT_ASSERTED(rec, "! cGUIApp");
-    CGlobalDeleteList::DeleteAll();
-    (void)second;
-}
-
 TEST(ApplicationWin, DefaultUsageAndConfigName)
 {
     CGlobalDeleteList::Create();
