@@ -12,7 +12,7 @@ using OrnTest::HttpAnswer;
 
 namespace {
 
-const char* const AppVarNames[] = {"EqTotal", nullptr};
+const char* const AppVarNames[] = {"EqTotal", "Notify", nullptr};
 
 // The box is not shown, so nothing waits for a click.
 class CQuietWatcher : public CUpdateWatcher {
@@ -33,8 +33,11 @@ TEST(UpdateWatcherWin, SilentServerTimesOut)
     const CVarList saved = GlobalVars;
     GlobalVars.Set("VersionDomain", ("127.0.0.1:" + std::to_string(server.Port())).c_str());
     GlobalVars.Set("VendorId", "VRL");
+    GlobalVars.Set("ShowTips", "1");
     CVarList appVars;
     appVars.Set("EqTotal", "5");
+    appVars.Set("Notify", "X");
+    OrnTest::AssertRecorder rec;
     CVersion version;
     ASSERT_TRUE(version.Parse("3.1.2.45", vsDotted));
     CQuietWatcher watcher;
@@ -43,6 +46,7 @@ TEST(UpdateWatcherWin, SilentServerTimesOut)
     EXPECT_EQ(watcher.CheckWithTimeout(status, true, "NBW", version, "EN", appVars, reply, url, nullptr, false, 1),
               E_Timeout);
     GlobalVars = saved;
+    EXPECT_NO_ASSERTS(rec);
     EXPECT_EQ(status, E_Timeout);
     EXPECT_TRUE(server.WaitForRequests(1, 0)) << "the request did reach the server";
     EXPECT_STREQ(reply, "");
