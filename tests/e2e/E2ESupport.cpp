@@ -163,6 +163,8 @@ RunResult RunProgram(const std::string& program, const std::string& args, Watche
     return result;
 }
 
+TempFile::TempFile(const std::string& name) : mPath(TempDir() + name) { DeleteFileIfAny(mPath); }
+
 TempFile::TempFile(const std::string& name, const std::string& bytes) : mPath(TempDir() + name)
 {
     std::ofstream out(mPath, std::ios::binary | std::ios::trunc);
@@ -172,10 +174,6 @@ TempFile::TempFile(const std::string& name, const std::string& bytes) : mPath(Te
 }
 
 TempFile::~TempFile() { DeleteFileIfAny(mPath); }
-
-TempPath::TempPath(const std::string& name) : mPath(TempDir() + name) { DeleteFileIfAny(mPath); }
-
-TempPath::~TempPath() { DeleteFileIfAny(mPath); }
 
 ScratchInstall::ScratchInstall(const std::string& name)
 {

@@ -50,9 +50,11 @@ RunResult RunUpdateWatch(const std::string& args, Watcher watcher = nullptr, DWO
 RunResult RunProgram(const std::string& program, const std::string& args, Watcher watcher = nullptr,
                      DWORD timeoutMs = 30000);
 
-// A file in the temporary directory with exactly the given bytes; removed when the object goes.
+// A path in the temporary directory, removed when the object goes: a file with exactly the given bytes, or,
+// without bytes, no file (any earlier one is removed).
 class TempFile {
 public:
+    explicit TempFile(const std::string& name);
     TempFile(const std::string& name, const std::string& bytes);
     ~TempFile();
     TempFile(const TempFile&) = delete;
@@ -60,21 +62,6 @@ public:
 
     const std::string& Path() const { return mPath; }
     // The path in double quotes, as one command-line argument.
-    std::string Arg() const { return "\"" + mPath + "\""; }
-
-private:
-    std::string mPath;
-};
-
-// A path in the temporary directory that holds no file (any earlier one is removed, now and at the end).
-class TempPath {
-public:
-    explicit TempPath(const std::string& name);
-    ~TempPath();
-    TempPath(const TempPath&) = delete;
-    TempPath& operator=(const TempPath&) = delete;
-
-    const std::string& Path() const { return mPath; }
     std::string Arg() const { return "\"" + mPath + "\""; }
 
 private:

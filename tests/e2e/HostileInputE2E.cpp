@@ -22,7 +22,7 @@ TEST_F(HostileInputE2E, LongReplyIsLoggedWhole)
     const std::string script = "set $long, \"" + std::string(3300, 'x') + "\";";
     mServer.Enqueue(HttpAnswer::Page("[START]" + script + "[END]"));
     TempFile params("uw_hostile_long.txt", "EqTotal=1\r\n");
-    TempPath out("uw_hostile_long.out");
+    TempFile out("uw_hostile_long.out");
 
     RunResult r = Run("-s -verbose -vsend " + params.Arg() + " -out " + out.Arg());
     EXPECT_EQ(r.exitCode, 0u);

@@ -151,7 +151,7 @@ TEST_F(LogE2E, ProductVersionThatDoesNotParseIsLoggedAndTheJobRuns)
 TEST_F(LogE2E, ScriptFileThatCannotBeRun)
 {
     TempFile empty("uw_log_empty.txt", "");
-    TempPath missing("uw_log_missing.txt");
+    TempFile missing("uw_log_missing.txt");
     struct Row {
         std::string path;
         std::string message;

@@ -41,7 +41,7 @@ protected:
 // target does reach the shell, which shows that the marker would tell.
 TEST_F(OpenURLE2E, HostileTargetsNeverReachTheShell)
 {
-    TempPath marker("uw_e2e_open_reached.txt");
+    TempFile marker("uw_e2e_open_reached.txt");
     TempFile batch("uw_e2e_open.bat", "@echo reached>\"" + marker.Path() + "\"\r\n");
     const std::string path = ScriptString(batch.Path());
     // Longer than one formatted log write may be: the setting's text reaches the log whole.

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "String.h"
+
 namespace E2E {
 
 const char CompanyKey[] = "SOFTWARE\\Vantrel";
@@ -15,17 +17,6 @@ const char NonStandardText[] = "Non-standard version check.";
 const char NonStandardCaption[] = "Version Check";
 
 namespace {
-
-int HexDigitValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
-}
 
 bool IsNonStandardBox(const Window& w) { return w.caption == NonStandardCaption && w.text == NonStandardText; }
 
@@ -94,8 +85,9 @@ std::string FormDecode(const std::string& text)
 {
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        int hi = text[i] == '%' && i + 2 < text.size() ? HexDigitValue(text[i + 1]) : -1;
-        int lo = hi >= 0 ? HexDigitValue(text[i + 2]) : -1;
+        auto digit = [&text](std::size_t at) { return Orn::Str::HexValue(static_cast<unsigned char>(text[at])); };
+        Orn::Int hi = text[i] == '%' && i + 2 < text.size() ? digit(i + 1) : -1;
+        Orn::Int lo = hi >= 0 ? digit(i + 2) : -1;
         if (lo >= 0) {
             out += static_cast<char>(hi * 16 + lo);
             i += 2;

@@ -17,7 +17,7 @@ const char cSmallParams[] = "EqTotal=1\r\nPagesTotal=2\r\n";
 class VersionSendE2E : public VersionServerTest {};
 
 // "-s -vsend PARAMS -out OUT -norun": the order in which both options are seen.
-std::string SendArgs(const TempFile& params, const TempPath& out)
+std::string SendArgs(const TempFile& params, const TempFile& out)
 {
     return "-s -vsend " + params.Arg() + " -out " + out.Arg() + " -norun";
 }
@@ -46,7 +46,7 @@ TEST_F(VersionSendE2E, ParameterFileBecomesTheQueryInItsOrder)
                                          "MathZoom=\r\n"
                                          "SunJVMVer=1.8.0_25~x/y\r\n"
                                          "IEVer=11.0");
-    TempPath out("uw_send_order.out");
+    TempFile out("uw_send_order.out");
     mServer.Enqueue(HttpAnswer::Page("ignored[START]ok[END]"));
 
     RunResult r = Run(SendArgs(params, out));
@@ -81,7 +81,7 @@ TEST_F(VersionSendE2E, ReplyIsWrittenWithWindowsLineEnds)
     };
     TempFile params("uw_send_reply.txt", cSmallParams);
     for (const Row& row : rows) {
-        TempPath out("uw_send_reply.out");
+        TempFile out("uw_send_reply.out");
         DeleteFileIfAny(LogPath());
         mServer.Enqueue(HttpAnswer::Page(row.page));
         RunResult r = Run(SendArgs(params, out));
@@ -92,26 +92,11 @@ TEST_F(VersionSendE2E, ReplyIsWrittenWithWindowsLineEnds)
     }
 }
 
-TEST_F(VersionSendE2E, NorunBeforeOutHidesTheOutputOption)
-{
-    TempFile params("uw_send_norun.txt", cSmallParams);
-    TempPath out("uw_send_norun.out");
-    mServer.Enqueue(HttpAnswer::Page("[START]set $x, \"1\";[END]"));
-
-    RunResult r = Run("-s -vsend " + params.Arg() + " -norun -out " + out.Arg());
-    EXPECT_EQ(r.exitCode, 0u);
-    EXPECT_EQ(mServer.Requests().size(), 1u);
-    EXPECT_FALSE(FileExists(out.Path())) << "-out after -norun is never read";
-    std::string log = Log();
-    EXPECT_TRUE(HasText(log, "Success: Version send\r\n")) << log;
-    EXPECT_FALSE(HasText(log, "Dumping variables set by version script")) << log;
-}
-
 // -step asks before each command of the reply, as the other jobs do.
 TEST_F(VersionSendE2E, WithoutNorunTheReplyRunsAndIsDumpedButNotStored)
 {
     TempFile params("uw_send_run.txt", cSmallParams);
-    TempPath out("uw_send_run.out");
+    TempFile out("uw_send_run.out");
     mServer.Enqueue(HttpAnswer::Page("[START]set $answer, \"42\";[END]"));
 
     std::vector<std::string> steps;
@@ -132,30 +117,46 @@ TEST_F(VersionSendE2E, WithoutNorunTheReplyRunsAndIsDumpedButNotStored)
     EXPECT_FALSE(RegKeyExists(HKEY_CURRENT_USER, ReplyKey)) << "only the version check stores a reply";
 }
 
-// An output file that cannot be made is not reported: the send itself went well.
-TEST_F(VersionSendE2E, OutputThatCannotBeWrittenLeavesTheSendGood)
+// How the options and the parameters decide a send's end; OUT in the options stands for the output path.
+TEST_F(VersionSendE2E, OptionsAndParametersDecideTheEnd)
 {
-    TempFile params("uw_send_noout.txt", cSmallParams);
-    const std::string out = TempDir() + "uw_no_such_dir\\reply.txt";
-    mServer.Enqueue(HttpAnswer::Page("[START]ok[END]"));
-    RunResult r = Run("-s -vsend " + params.Arg() + " -out \"" + out + "\" -norun");
-    EXPECT_EQ(r.exitCode, 0u);
-    EXPECT_FALSE(FileExists(out));
-    std::string log = Log();
-    EXPECT_TRUE(HasText(log, "Success: Version send\r\n")) << log;
-    EXPECT_TRUE(HasText(log, "Exit code = 'exitOk' (0).\r\n")) << log;
-}
-
-// An unknown parameter name is an assertion; without a debugger it ends the program on the spot.
-TEST_F(VersionSendE2E, AssertionEndsTheRunWithoutTrailer)
-{
-    TempFile params("uw_send_assert.txt", "Bogus=1\r\n");
-    RunResult r = Run("-s -vsend " + params.Arg() + " -norun");
-    EXPECT_EQ(r.exitCode, 1u);
-    EXPECT_TRUE(mServer.Requests().empty()) << "nothing is sent after the assertion";
-    std::string log = Log();
-    EXPECT_TRUE(HasText(log, "Nimbra log started (")) << log;
-    EXPECT_FALSE(HasText(log, "Nimbra log ends")) << log;
+    struct Row {
+        const char* name;
+        const char* params;
+        const char* options;
+        const char* out;
+        unsigned exitCode;
+        std::size_t requests;
+        const char* logged;
+        const char* absent;
+    };
+    const Row rows[] = {
+        {"-out after -norun is never read", cSmallParams, " -norun -out OUT", "uw_send.out", 0, 1,
+         "Success: Version send\r\n", "Dumping variables set by version script"},
+        {"an output file that cannot be made is not reported", cSmallParams, " -out OUT -norun",
+         "uw_no_such_dir\\reply.txt", 0, 1, "Exit code = 'exitOk' (0).\r\n", "Failure: Version send"},
+        {"an unknown name is an assertion, which ends the program on the spot", "Bogus=1\r\n", " -norun",
+         "uw_send.out", 1, 0, "Nimbra log started (", "Nimbra log ends"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        TempFile params("uw_send_params.txt", row.params);
+        TempFile out(row.out);
+        std::string options = row.options;
+        std::size_t at = options.find("OUT");
+        if (at != std::string::npos)
+            options.replace(at, 3, out.Arg());
+        std::size_t before = mServer.Requests().size();
+        DeleteFileIfAny(LogPath());
+        mServer.Enqueue(HttpAnswer::Page("[START]set $x, \"1\";[END]"));
+        RunResult r = Run("-s -vsend " + params.Arg() + options);
+        EXPECT_EQ(r.exitCode, row.exitCode);
+        EXPECT_EQ(mServer.Requests().size(), before + row.requests);
+        EXPECT_FALSE(FileExists(out.Path()));
+        std::string log = Log();
+        EXPECT_TRUE(HasText(log, row.logged)) << log;
+        EXPECT_FALSE(HasText(log, row.absent)) << log;
+    }
 }
 
 TEST_F(VersionSendE2E, FaultsEndTheSendWithTheirStatus)
@@ -175,7 +176,7 @@ TEST_F(VersionSendE2E, FaultsEndTheSendWithTheirStatus)
     TempFile params("uw_send_fault.txt", cSmallParams);
     std::size_t requests = 0;
     for (const Row& row : rows) {
-        TempPath out("uw_send_fault.out");
+        TempFile out("uw_send_fault.out");
         DeleteFileIfAny(LogPath());
         mServer.Enqueue(row.answer);
         RunResult r = Run(SendArgs(params, out));
@@ -198,7 +199,7 @@ TEST_F(VersionSendE2E, UnopenableParameterFileFailsWithoutARequest)
     const Row rows[] = {{"-s ", "MessageDialog (suppressed due to -s option):\r\n", 0, 0},
                         {"", "MessageDialog: displayed\r\n", 1, 0},
                         {"-s ", "MessageDialog (suppressed due to -s option):\r\n", 0, 2500}};
-    TempPath missing("uw_send_missing_params.txt");
+    TempFile missing("uw_send_missing_params.txt");
     for (const Row& row : rows) {
         const std::string path = missing.Path() + std::string(row.longer, 'x');
         const std::string message = "Can't open version params file (" + path + ").";
