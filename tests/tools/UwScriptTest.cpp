@@ -114,7 +114,7 @@ TEST(UwScript, RunShowsDialogsUrlsAndVariablesAsTheProgramWould)
     struct CRunCase {
         const char* name;
         std::vector<std::string> options;
-        const char* out;
+        const char* out; // all of the output, or a part
         int status;
     } cases[] = {
         {"press by text, tick the box",
@@ -125,24 +125,18 @@ TEST(UwScript, RunShowsDialogsUrlsAndVariablesAsTheProgramWould)
          "  answer press \"Get it\" -> get, checkbox [x]\nopen_new \"https://www.vantrel.com/Nimbra\"\n"
          "set DoUpdateWatchs \"0\"\nend ok\n",
          0},
-        {"press by label, untouched box", {"--set", "Product=Nimbra", "--press", "never"}, nullptr, 0},
-        {"no answer", {}, nullptr, 2},
-        {"no such button", {"--press", "Maybe"}, nullptr, 2},
-        {"answers left over", {"--cancel", "--cancel"}, nullptr, 2},
+        {"press by label, untouched box", {"--set", "Product=Nimbra", "--press", "never"},
+         "set DoUpdateWatchs \"0\"\nend ok\n", 0},
+        {"no answer", {}, "answer none\nset DoUpdateWatchs \"1\"\nerror: dialog 1 \"<Product> update\" has no answer",
+         2},
+        {"no such button", {"--press", "Maybe"}, "", 2},
+        {"answers left over", {"--cancel", "--cancel"}, "", 2},
     };
     for (const CRunCase& c : cases) {
         CResult r = UwScript("run", script, c.options);
         EXPECT_EQ(r.status, c.status) << c.name << "\n" << r.out << r.err;
-        if (c.out) {
-            EXPECT_EQ(r.out, c.out) << c.name;
-        }
+        EXPECT_NE(r.out.find(c.out), std::string::npos) << c.name << "\n" << r.out;
     }
-    EXPECT_NE(UwScript("run", script, {"--press", "never"}).out.find("set DoUpdateWatchs \"0\"\nend ok"),
-              std::string::npos);
-    EXPECT_NE(UwScript("run", script, {})
-                  .out.find("answer none\nset DoUpdateWatchs \"1\"\nerror: dialog 1 "
-                            "\"<Product> update\" has no answer"),
-              std::string::npos);
 }
 
 TEST(UwScript, RunStopsWhereTheProgramWould)

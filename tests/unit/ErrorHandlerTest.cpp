@@ -43,19 +43,27 @@ TEST(ErrorHandler, MessageTypesChooseTheBanner)
     EXPECT_STREQ(out, "");
 }
 
-TEST(ErrorHandler, InnermostSourceGivesFileAndLine)
+// Position items name the innermost source (a file stream by its path) and take formats; without a source they
+// stay. References to globals are filled and counted, nested ones too.
+TEST(ErrorHandler, PositionItemsAndGlobals)
 {
+    GlobalVars.Set("EhsA", "<EhsB>");
+    GlobalVars.Set("EhsB", "b");
     std::string path = OrnTest::TempPath("eh_outer.txt");
     CFileStream outer(path.c_str(), smWrite | fsmCreate);
     CCaptureHandler handler;
+    CString out;
+    EXPECT_EQ(handler.FormatMessage("<ErrFile> <ErrLine> <EhsA>", errOK, out), 2);
+    EXPECT_STREQ(out, "<ErrFile> <ErrLine> b");
     handler.PushSource(outer);
     handler.NextLine();
     handler.PushSource("inner.txt");
     handler.NextLine();
     handler.NextLine();
-    handler.NextLine();
-    handler.Report("<ErrFile>#<ErrLine>", errOK);
-    EXPECT_EQ(handler.Last(), "inner.txt#3");
+    EXPECT_EQ(handler.FormatMessage("<ErrFile>(<ErrLine:03d>): bad value for <EhsB>", errERROR, out), 1);
+    EXPECT_STREQ(out, "Error: inner.txt(002): bad value for b");
+    handler.Report("<ErrFile>:<ErrLine> <EhsB>", errWARNING);
+    EXPECT_EQ(handler.Last(), "Warning: inner.txt:2 b");
     handler.PopSource();
     handler.Report("<ErrFile>#<ErrLine>", errOK);
     EXPECT_EQ(handler.Last(), path + "#1") << "a file stream is named by its path";
@@ -65,42 +73,14 @@ TEST(ErrorHandler, InnermostSourceGivesFileAndLine)
     EXPECT_EQ(handler.Last(), "#0");
     handler.PopSource();
     handler.PopSource();
+    GlobalVars.Remove("EhsA");
+    GlobalVars.Remove("EhsB");
     EXPECT_FALSE(handler.HasSource());
     outer.Close();
     std::remove(path.c_str());
     OrnTest::AssertRecorder rec;
     handler.PopSource();
     EXPECT_ASSERTED(rec, "! mSources.empty()");
-}
-
-TEST(ErrorHandler, ErrorGetsBannerPositionAndGlobals)
-{
-    GlobalVars.Set("EhsProduct", "Nimbra");
-    CCaptureHandler handler;
-    handler.PushSource("nimbra.txt");
-    handler.NextLine();
-    handler.NextLine();
-    CString out;
-    Int count = handler.FormatMessage("<ErrFile>(<ErrLine:03d>): bad value for <EhsProduct>", errERROR, out);
-    handler.Report("<ErrFile>:<ErrLine> <EhsProduct>", errWARNING);
-    handler.PopSource();
-    GlobalVars.Remove("EhsProduct");
-    EXPECT_STREQ(out, "Error: nimbra.txt(002): bad value for Nimbra");
-    EXPECT_EQ(count, 1) << "only global substitutions are counted";
-    EXPECT_EQ(handler.Last(), "Warning: nimbra.txt:2 Nimbra");
-}
-
-TEST(ErrorHandler, NoSourceLeavesPositionItems)
-{
-    GlobalVars.Set("EhsA", "<EhsB>");
-    GlobalVars.Set("EhsB", "b");
-    CErrorHandler handler;
-    CString out;
-    Int count = handler.FormatMessage("<ErrFile> <ErrLine> <EhsA>", errOK, out);
-    GlobalVars.Remove("EhsA");
-    GlobalVars.Remove("EhsB");
-    EXPECT_STREQ(out, "<ErrFile> <ErrLine> b");
-    EXPECT_EQ(count, 2);
 }
 
 TEST(ErrorHandler, NamedCounters)

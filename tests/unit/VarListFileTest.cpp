@@ -48,7 +48,8 @@ const std::string cGoodFile = WithChecksum(cGoodBody);
 
 } // namespace
 
-TEST(VarListFile, SaveWritesTheExactLayoutAndLoadAdds)
+// Save writes the exact layout; Load adds to what the list holds, and odd values come back as they were.
+TEST(VarListFile, SaveWritesTheExactLayoutAndLoadAddsBack)
 {
     CVarList list;
     list.Set("A", "1");
@@ -57,24 +58,15 @@ TEST(VarListFile, SaveWritesTheExactLayoutAndLoadAdds)
     ASSERT_EQ(list.Save(file.path.c_str()), Ok);
     EXPECT_EQ(file.Read(), cGoodFile);
 
+    list.Set("Plain", "value with blanks, = and : and %");
+    list.Set("Empty", "");
+    list.Set("High", "caf\xE9 \x80\xFF");
+    ASSERT_EQ(list.Save(file.path.c_str()), Ok);
     CVarList into;
     into.Set("Before", "kept");
     into.Set("A", "old");
     EXPECT_EQ(into.Load(file.path.c_str()), Ok);
-    EXPECT_EQ(Dump(into), "Before\t=\t\"kept\"\nA\t=\t\"1\"\nB (READ-ONLY)\t=\t\"two\"\n") << "not cleared first";
-}
-
-TEST(VarListFile, SaveAndLoadRoundTrip)
-{
-    CVarList list, loaded;
-    list.Set("Plain", "value with blanks, = and : and %");
-    list.Set("%Locked", "fixed");
-    list.Set("Empty", "");
-    list.Set("High", "caf\xE9 \x80\xFF");
-    OrnTest::CScratchFile file("round.vrc");
-    ASSERT_EQ(list.Save(file.path.c_str()), Ok);
-    EXPECT_EQ(loaded.Load(file.path.c_str()), Ok);
-    EXPECT_EQ(Dump(loaded), Dump(list));
+    EXPECT_EQ(Dump(into), "Before\t=\t\"kept\"\n" + Dump(list)) << "not cleared first";
 }
 
 TEST(VarListFile, DamagedFilesGiveACleanStatus)
