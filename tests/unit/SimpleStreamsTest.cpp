@@ -41,17 +41,6 @@ TEST(StreamCapability, MissingCapabilitiesAndRefusedModesAssert)
     EXPECT_EQ(rec.Asserts(), std::vector<std::string>(2, refused));
 }
 
-TEST(StreamFailure, WriteFailureAfterNBytesIsReported)
-{
-    for (Int limit : {0, 5, 300}) {
-        CCaptureStream out;
-        out.failAfter = limit;
-        EXPECT_FALSE(out.WriteText(std::string(600, 'q').c_str())) << limit;
-        EXPECT_EQ(E_DiskFull, out.GetStatus()) << limit;
-        EXPECT_LE(static_cast<Int>(out.bytes.size()), limit) << limit;
-    }
-}
-
 TEST(StreamFailure, MemoryStreamPositions)
 {
     CMemHandStream s;

@@ -5,6 +5,15 @@
 
 using namespace Orn;
 
+// The run-time constructor builds the words the tables hold.
+TEST(Status, ConstructedWordsAndTheirFields)
+{
+    EXPECT_EQ(RStatus(true, 0, 0), Failure);
+    EXPECT_EQ(RStatus(false, 0, 0), Ok);
+    EXPECT_EQ(RStatus::FromWord(0x80000881).Module(), 13);
+    EXPECT_EQ(RStatus::FromWord(0x80000881).Code(), 1);
+}
+
 // One name per module table, and the words no table names.
 TEST(Status, NamesAndModules)
 {
