@@ -41,6 +41,16 @@ TEST(StreamCapability, MissingCapabilitiesAndRefusedModesAssert)
     EXPECT_EQ(rec.Asserts(), std::vector<std::string>(2, refused));
 }
 
+// A text longer than the output buffer: the flush in the middle fails, and so does the write.
+TEST(StreamFailure, FailedFlushOfAFullBufferFailsTheWrite)
+{
+    CCaptureStream out;
+    out.failAfter = 300;
+    EXPECT_FALSE(out.WriteText(std::string(600, 'q').c_str()));
+    EXPECT_EQ(E_DiskFull, out.GetStatus());
+    EXPECT_LE(out.bytes.size(), 300u);
+}
+
 TEST(StreamFailure, MemoryStreamPositions)
 {
     CMemHandStream s;

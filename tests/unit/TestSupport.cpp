@@ -1,6 +1,7 @@
 // Assertion and report recording for tests, and scratch files.
 #include "TestSupport.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -45,10 +46,7 @@ void AssertRecorder::OnOutput(const char* text)
 
 bool AssertRecorder::Fired(const std::string& expr) const
 {
-    for (const std::string& a : mAsserts)
-        if (a == expr)
-            return true;
-    return false;
+    return std::find(mAsserts.begin(), mAsserts.end(), expr) != mAsserts.end();
 }
 
 std::string AssertRecorder::List() const
