@@ -1,6 +1,7 @@
 // uwscript: the check of good and bad scripts (messages and positions), and runs with answers.
 #include "UwScriptCommand.h"
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -42,15 +43,11 @@ struct CCheckCase {
 // Keeps the "FILE:LINE:COLUMN: message" lines, drops the excerpts.
 std::string FindingLines(const std::string& out)
 {
-    std::string lines, line;
-    for (char c : out + "\n") {
-        if (c != '\n') {
-            line += c;
-            continue;
-        }
+    std::istringstream in(out);
+    std::string lines;
+    for (std::string line; std::getline(in, line);) {
         if (line.rfind("s.txt:", 0) == 0)
             lines += line + "\n";
-        line.clear();
     }
     return lines;
 }
