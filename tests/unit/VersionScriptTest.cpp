@@ -16,11 +16,10 @@ std::vector<std::string> cOpenedURLs;
 void RecordURL(const char* url) { cOpenedURLs.push_back(url); }
 
 const char* const cSettable[] = {"ShowTips", "LastTip", nullptr};
-constexpr int cPressClose = -1; // Esc or the close box
 
 class CRecordingInterpreter;
 
-// Logs each call. When run it presses the scripted button, then stores the checkbox, as the reply dialog does.
+// Logs each call. When run it presses the first button, then stores the unticked checkbox, as the reply dialog does.
 class CRecordingDialog final : public IUpdateWatchDialog {
 public:
     explicit CRecordingDialog(CRecordingInterpreter& interp);
@@ -40,7 +39,6 @@ public:
     bool AddButton(const char* text, const char* label, bool isDefault, bool isClose, CString&) override
     {
         Log(" button(", text, ",", label, isDefault ? ",def" : "", isClose ? ",close)" : ")");
-        mClose = isClose ? int(mLabels.size()) : mClose;
         mLabels.push_back(label);
         return true;
     }
@@ -54,7 +52,6 @@ private:
     std::string mVar;
     bool mNegate = false;
     std::vector<std::string> mLabels;
-    int mClose = -1;
 };
 
 class CRecordingInterpreter : public CVersionScriptInterpreter {
@@ -63,8 +60,6 @@ public:
 
     // Scripted answers.
     bool refuseSteps = false;
-    int press = 0; // button index, or cPressClose
-    bool checked = false;
     bool nestedRun = false;
 
     // What happened.
@@ -96,14 +91,12 @@ CRecordingDialog::CRecordingDialog(CRecordingInterpreter& interp) : mInterp(inte
 
 template <typename... Parts> void CRecordingDialog::Log(const Parts&... parts) { ((mInterp.dialogLog += parts), ...); }
 
-// Closing means the close button, or slot 0 when there is none.
 bool CRecordingDialog::Run()
 {
     Log(" run");
-    size_t index = mInterp.press != cPressClose ? mInterp.press : (mClose >= 0 ? mClose : 0);
-    mInterp.Jump(index < mLabels.size() ? mLabels[index].c_str() : "");
+    mInterp.Jump(mLabels.empty() ? "" : mLabels[0].c_str());
     if (!mVar.empty())
-        mInterp.SetVariable(mVar.c_str(), mInterp.checked != mNegate ? "1" : "0");
+        mInterp.SetVariable(mVar.c_str(), mNegate ? "1" : "0");
     return true;
 }
 
@@ -344,23 +337,6 @@ TEST_F(VersionScript, DialogCalls)
         CRecordingInterpreter interp;
         EXPECT_TRUE(interp.Run(row.script, &mReply)) << row.script << ": " << interp.ErrorText();
         EXPECT_EQ(interp.dialogLog, row.log) << row.script;
-    }
-}
-
-// The checkbox is stored after the button's jump, and the script goes on from the label.
-TEST_F(VersionScript, DialogButtonsJumpAndStoreTheCheckbox)
-{
-    const char* script = "dialog \"T\", \"m\", checkbox, \"c\", neg, $c, button, \"A\", a, button, close, \"B\", b,"
-                         " button, \"C\", c; set $r, \"none\"; goto exit;"
-                         " :a set $r, \"a\"; goto exit; :b set $r, \"b\"; goto exit; :c set $r, \"c\";";
-    const std::pair<int, const char*> rows[] = {{0, "a"}, {1, "b"}, {2, "c"}, {cPressClose, "b"}};
-    for (const auto& [press, taken] : rows) {
-        CRecordingInterpreter interp;
-        interp.press = press;
-        interp.checked = press != 0;
-        EXPECT_TRUE(interp.Run(script, &mReply)) << press;
-        EXPECT_EQ(Global("$r"), taken) << press;
-        EXPECT_EQ(Value(mReply, "$c"), press != 0 ? "0" : "1") << press;
     }
 }
 
