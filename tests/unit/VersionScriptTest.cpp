@@ -317,6 +317,7 @@ TEST_F(VersionScript, OpenNewSubstitutesAndChecks)
     EXPECT_EQ(cOpenedURLs, std::vector<std::string>{expected});
 }
 
+// A dialog with width and checkbox goes through the same calls in uwscript's run test.
 TEST_F(VersionScript, DialogCalls)
 {
     struct Row {
@@ -324,10 +325,6 @@ TEST_F(VersionScript, DialogCalls)
         const char* log;
     };
     const Row rows[] = {
-        {"dialog \"Title\", \"Line one \" \"and \\\"two\\\"\", width, 300, checkbox, \"Remind me\", neg, ShowTips,"
-         " button, def, \"Yes\", yes, button, close, \"No\", no, button, \"Later\", later; :yes",
-         " texts(Title|Line one and \"two\") width(300) checkbox(Remind me,ShowTips,neg) button(Yes,yes,def)"
-         " button(No,no,close) button(Later,later) run released"},
         {"dialog \"T\", \"a\" \"b\", button, def, close, \"OK\", done; :done",
          " texts(T|ab) button(OK,done,def,close) run released"},
         {"dialog \"\", \"\", button, \"b\", two; :two dialog \"2\", \"x\", button, \"c\", exit;",
