@@ -60,7 +60,8 @@ TEST(ErrorHandler, PositionItemsAndGlobals)
     handler.PushSource("inner.txt");
     handler.NextLine();
     handler.NextLine();
-    EXPECT_EQ(handler.FormatMessage("<ErrFile>(<ErrLine:03d>): bad value for <EhsB>", errERROR, out), 1);
+    EXPECT_EQ(handler.FormatMessage("<ErrFile>(<ErrLine:03d>): bad value for <EhsB>", errERROR, out), 1)
+        << "only global substitutions are counted";
     EXPECT_STREQ(out, "Error: inner.txt(002): bad value for b");
     handler.Report("<ErrFile>:<ErrLine> <EhsB>", errWARNING);
     EXPECT_EQ(handler.Last(), "Warning: inner.txt:2 b");
