@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "ServerE2ESupport.h"
+#include "E2ESupport.h"
 
 using namespace E2E;
 using OrnTest::HttpAnswer;

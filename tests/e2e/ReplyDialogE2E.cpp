@@ -21,8 +21,8 @@ struct Control {
     bool visible = false;
     std::string text;
     RECT rect{}; // in the dialog's client coordinates
-    LONG style = 0;
-    bool checked = false; // for check boxes
+    bool isDefault = false; // for buttons
+    bool checked = false;   // for check boxes
 };
 
 // Messages to the program's window wait at most this long, so a hung program fails a test instead of hanging it.
@@ -43,20 +43,6 @@ HWND FocusedWindow(HWND dlg)
     return ::GetGUIThreadInfo(thread, &info) ? info.hwndFocus : nullptr;
 }
 
-RECT WindowRectOf(HWND hwnd)
-{
-    RECT rc{};
-    ::GetWindowRect(hwnd, &rc);
-    return rc;
-}
-
-RECT ClientRectOf(HWND hwnd)
-{
-    RECT rc{};
-    ::GetClientRect(hwnd, &rc);
-    return rc;
-}
-
 Control DialogControl(HWND dlg, int id)
 {
     Control c;
@@ -65,17 +51,11 @@ Control DialogControl(HWND dlg, int id)
         return c;
     c.visible = ::IsWindowVisible(ctl) != 0;
     c.text = WindowText(ctl);
-    c.rect = WindowRectOf(ctl);
+    ::GetWindowRect(ctl, &c.rect);
     ::MapWindowPoints(HWND_DESKTOP, dlg, reinterpret_cast<POINT*>(&c.rect), 2);
-    c.style = ::GetWindowLongA(ctl, GWL_STYLE);
+    c.isDefault = (::GetWindowLongA(ctl, GWL_STYLE) & BS_TYPEMASK) == BS_DEFPUSHBUTTON;
     c.checked = SendWithTimeout(ctl, BM_GETCHECK, 0, 0) == BST_CHECKED;
     return c;
-}
-
-int FocusedControlId(HWND dlg)
-{
-    HWND focus = FocusedWindow(dlg);
-    return focus ? ::GetDlgCtrlID(focus) : 0;
 }
 
 void PostKey(HWND dlg, int virtualKey)
@@ -123,20 +103,19 @@ int Height(const RECT& rc) { return rc.bottom - rc.top; }
 
 bool IsReplyDialog(HWND hwnd) { return ::GetDlgItem(hwnd, cMessageId) != nullptr; }
 
-bool IsDefaultButton(const Control& c) { return (c.style & BS_TYPEMASK) == BS_DEFPUSHBUTTON; }
-
 Shot Capture(HWND dlg)
 {
     Shot s;
     s.seen = true;
     s.caption = WindowText(dlg);
-    s.window = WindowRectOf(dlg);
-    s.client = ClientRectOf(dlg);
+    ::GetWindowRect(dlg, &s.window);
+    ::GetClientRect(dlg, &s.client);
     s.message = DialogControl(dlg, cMessageId);
     s.checkbox = DialogControl(dlg, cCheckboxId);
     for (int i = 0; i < 3; ++i)
         s.buttons[i] = DialogControl(dlg, cButtonIds[i]);
-    s.focusId = FocusedControlId(dlg);
+    HWND focus = FocusedWindow(dlg);
+    s.focusId = focus ? ::GetDlgCtrlID(focus) : 0;
     return s;
 }
 
@@ -145,11 +124,9 @@ void End(HWND dlg, Ending ending)
     switch (ending) {
     case Ending::Button1:
     case Ending::Button2:
-    case Ending::Button3: {
-        int id = cButtonIds[static_cast<int>(ending) - static_cast<int>(Ending::Button1)];
-        ::PostMessageA(dlg, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(::GetDlgItem(dlg, id)));
+    case Ending::Button3:
+        Press(dlg, cButtonIds[static_cast<int>(ending) - static_cast<int>(Ending::Button1)]);
         break;
-    }
     case Ending::Enter: PostKey(dlg, VK_RETURN); break;
     case Ending::Esc: PostKey(dlg, VK_ESCAPE); break;
     case Ending::CloseBox: ::PostMessageA(dlg, WM_SYSCOMMAND, SC_CLOSE, 0); break;
@@ -228,7 +205,6 @@ TEST(ReplyDialogE2E, ButtonRowsAreEqualCentredAndKeepTheirOrder)
     };
     const Row rows[] = {
         {"one button", "button, \"OK\", b1", 1, 0},
-        {"two buttons", "button, \"Yes\", b1, button, \"No\", b2", 2, 0},
         {"three buttons, default second", "button, \"A\", b1, button, def, \"B\", b2, button, \"C\", b3", 3, 1},
         {"three long texts",
          "button, \"Go\", b1, button, def, \"Download the new version now\", b2, button, close, \"Remind me later\", b3",
@@ -252,7 +228,7 @@ TEST(ReplyDialogE2E, ButtonRowsAreEqualCentredAndKeepTheirOrder)
                 << row.name << ": gap before button " << i;
         }
         for (int i = 0; i < 3; ++i)
-            EXPECT_EQ(IsDefaultButton(s.buttons[i]), i == row.defaultIndex) << row.name << ": button " << i;
+            EXPECT_EQ(s.buttons[i].isDefault, i == row.defaultIndex) << row.name << ": button " << i;
         EXPECT_EQ(s.focusId, cButtonIds[row.defaultIndex]) << row.name;
         EXPECT_EQ(s.window.left, (::GetSystemMetrics(SM_CXSCREEN) - Width(s.window)) / 2) << row.name << ": centred";
         EXPECT_EQ(s.window.top, (::GetSystemMetrics(SM_CYSCREEN) - Height(s.window)) / 2) << row.name << ": centred";
@@ -264,17 +240,29 @@ TEST(ReplyDialogE2E, ButtonRowsAreEqualCentredAndKeepTheirOrder)
     }
 }
 
-TEST(ReplyDialogE2E, WrappedMessageAndMissingCheckboxMoveTheButtons)
+// Against a short message with a checkbox: without the checkbox, with a wrapped message, with the width option
+// and with buttons wider than the template. The texts take global variables.
+TEST(ReplyDialogE2E, LayoutFollowsTheMessageTheCheckboxAndTheWidth)
 {
     const std::string buttons = ", button, \"OK\", b1;";
     const std::string shortText = "dialog \"T\", \"Short.\"";
     const std::string longText = "dialog \"T\", \"This message is long enough to need several lines in the "
                                  "dialog, \" \"so the dialog has to grow downward to show all of it.\"";
     const std::string checkbox = ", checkbox, \"Remind me\", $remind";
+    const std::string longButtons = ", button, \"Download the new version now\", b1, button, \"Remind me much later\", "
+                                    "b2, button, \"Never ask about this again\", b3;";
     Shot withBox = RunScript(WithLabels(shortText + checkbox + buttons)).shot;
     Shot withoutBox = RunScript(WithLabels(shortText + buttons)).shot;
     Shot wrapped = RunScript(WithLabels(longText + checkbox + buttons)).shot;
-    ASSERT_TRUE(withBox.seen && withoutBox.seen && wrapped.seen);
+    // The checkbox is as wide as its text: the same text as withBox's after substitution.
+    Shot wide = RunScript(WithLabels("set $who, \"me\";\ndialog \"Hi <$who>\", \"Hello <$who>\", width, 300, "
+                                     "checkbox, \"Remind <$who>\", $t, button, \"Go <$who>\", b1;"))
+                    .shot;
+    Shot crowded = RunScript(WithLabels(shortText + longButtons)).shot;
+    Shot crowdedNarrow = RunScript(WithLabels(shortText + ", width, 1" + longButtons)).shot;
+    Shot crowdedWide = RunScript(WithLabels(shortText + ", width, 400" + longButtons)).shot;
+    ASSERT_TRUE(withBox.seen && withoutBox.seen && wrapped.seen && wide.seen && crowded.seen && crowdedNarrow.seen &&
+                crowdedWide.seen);
 
     EXPECT_TRUE(withBox.checkbox.visible);
     EXPECT_FALSE(withoutBox.checkbox.visible);
@@ -291,42 +279,22 @@ TEST(ReplyDialogE2E, WrappedMessageAndMissingCheckboxMoveTheButtons)
     EXPECT_EQ(wrapped.buttons[0].rect.top, withBox.buttons[0].rect.top + growth);
     EXPECT_EQ(Height(wrapped.window), Height(withBox.window) + growth);
     EXPECT_EQ(Width(wrapped.window), Width(withBox.window)) << "wrapping never widens";
-}
 
-TEST(ReplyDialogE2E, WidthOptionWidensUnlessTheButtonsNeedMore)
-{
-    const std::string longButtons = ", button, \"Download the new version now\", b1, button, \"Remind me much later\", "
-                                    "b2, button, \"Never ask about this again\", b3;";
-    Shot plain = RunScript(WithLabels("dialog \"T\", \"M\", checkbox, \"C\", $c, button, \"OK\", b1;")).shot;
-    Shot wide = RunScript(WithLabels("dialog \"T\", \"M\", width, 300, checkbox, \"C\", $c, button, \"OK\", b1;")).shot;
-    Shot crowded = RunScript(WithLabels("dialog \"T\", \"M\"" + longButtons)).shot;
-    Shot crowdedNarrow = RunScript(WithLabels("dialog \"T\", \"M\", width, 1" + longButtons)).shot;
-    Shot crowdedWide = RunScript(WithLabels("dialog \"T\", \"M\", width, 400" + longButtons)).shot;
-    ASSERT_TRUE(plain.seen && wide.seen && crowded.seen && crowdedNarrow.seen && crowdedWide.seen);
-
+    EXPECT_EQ(wide.caption, "Hi me");
+    EXPECT_EQ(wide.message.text, "Hello me");
+    EXPECT_EQ(wide.checkbox.text, "Remind me");
+    EXPECT_EQ(wide.buttons[0].text, "Go me");
     int unitX = LOWORD(::GetDialogBaseUnits());
     int extra300 = ::MulDiv(300, unitX, 4);
-    EXPECT_EQ(Width(wide.window), Width(plain.window) + extra300);
-    EXPECT_EQ(Width(wide.message.rect), Width(plain.message.rect) + extra300);
-    EXPECT_EQ(Width(wide.checkbox.rect), Width(plain.checkbox.rect) + extra300);
+    EXPECT_EQ(Width(wide.window), Width(withBox.window) + extra300);
+    EXPECT_EQ(Width(wide.message.rect), Width(withBox.message.rect) + extra300);
+    EXPECT_EQ(Width(wide.checkbox.rect), Width(withBox.checkbox.rect) + extra300);
     EXPECT_LE(std::abs(wide.buttons[0].rect.left - (wide.client.right - wide.buttons[0].rect.right)), 1);
 
-    EXPECT_GT(Width(crowded.window), Width(plain.window)) << "the buttons need more than the template";
+    EXPECT_GT(Width(crowded.window), Width(withBox.window)) << "the buttons need more than the template";
     EXPECT_EQ(Width(crowdedNarrow.window), Width(crowded.window)) << "the excess beats a smaller width";
-    EXPECT_EQ(Width(crowdedWide.window), Width(plain.window) + ::MulDiv(400, unitX, 4));
+    EXPECT_EQ(Width(crowdedWide.window), Width(withBox.window) + ::MulDiv(400, unitX, 4));
     EXPECT_EQ(crowded.buttons[0].rect.left, crowded.client.right - crowded.buttons[2].rect.right);
-}
-
-TEST(ReplyDialogE2E, TextsTakeGlobalVariables)
-{
-    ScriptRun run = RunScript(WithLabels("set $who, \"World\";\n"
-                                         "dialog \"Hi <$who>\", \"Hello <$who>\", checkbox, \"Tell <$who>\", $t, "
-                                         "button, \"Go <$who>\", b1;"));
-    ASSERT_TRUE(run.shot.seen);
-    EXPECT_EQ(run.shot.caption, "Hi World");
-    EXPECT_EQ(run.shot.message.text, "Hello World");
-    EXPECT_EQ(run.shot.checkbox.text, "Tell World");
-    EXPECT_EQ(run.shot.buttons[0].text, "Go World");
 }
 
 // References without end stop at a bound: the dialog shows its texts as far as they got, and the log says so.
@@ -369,7 +337,6 @@ TEST(ReplyDialogE2E, EachWayOfClosingRunsItsLabel)
                                   "def, \"Three\", b3;";
     const char* const plain = "dialog \"T\", \"M\", button, \"One\", b1, button, \"Two\", b2, button, \"Three\", b3;";
     const Row rows[] = {
-        {"first button", withClose, Ending::Button1, "b1"},
         {"second button", withClose, Ending::Button2, "b2"},
         {"third button", withClose, Ending::Button3, "b3"},
         {"Enter: the default button", withClose, Ending::Enter, "b3"},
