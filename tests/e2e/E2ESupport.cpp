@@ -8,8 +8,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "String.h"
-
 namespace E2E {
 
 namespace {
@@ -45,8 +43,6 @@ Window Describe(HWND hwnd)
     w.text = text ? WindowText(text) : std::string();
     return w;
 }
-
-bool IsNonStandardBox(const Window& w) { return w.caption == NonStandardCaption && w.text == NonStandardText; }
 
 // Offers each new window to the watcher; one it does not want fails the test and is closed.
 void Watch(DWORD pid, const Watcher& watcher, RunResult& result, std::vector<HWND>& answered)
@@ -204,8 +200,11 @@ const char CompanyKey[] = "SOFTWARE\\Vantrel";
 const char ProductKey[] = "SOFTWARE\\Vantrel\\VRNB3";
 const char ReplyKey[] = "SOFTWARE\\Vantrel\\VRNB3\\UWResult";
 const char VersionRequestPath[] = "/updatewatch/updatewatch.aspx";
-const char NonStandardText[] = "Non-standard version check.";
-const char NonStandardCaption[] = "Version Check";
+
+bool IsNonStandardBox(const Window& w)
+{
+    return w.caption == "Version Check" && w.text == "Non-standard version check.";
+}
 
 void CleanVantrelKeys()
 {
@@ -220,55 +219,7 @@ Watcher NonStandardBoxWatcher()
 
 int CountNonStandardBoxes(const RunResult& result)
 {
-    int count = 0;
-    for (const Window& w : result.windows)
-        count += IsNonStandardBox(w) ? 1 : 0;
-    return count;
-}
-
-QueryPairs SplitQuery(const std::string& query)
-{
-    QueryPairs pairs;
-    if (query.empty())
-        return pairs;
-    std::size_t start = 0;
-    for (;;) {
-        std::size_t amp = query.find('&', start);
-        std::string pair = query.substr(start, amp == std::string::npos ? std::string::npos : amp - start);
-        std::size_t eq = pair.find('=');
-        if (eq == std::string::npos)
-            pairs.emplace_back(pair, std::string());
-        else
-            pairs.emplace_back(pair.substr(0, eq), pair.substr(eq + 1));
-        if (amp == std::string::npos)
-            return pairs;
-        start = amp + 1;
-    }
-}
-
-std::vector<std::string> QueryNames(const QueryPairs& pairs)
-{
-    std::vector<std::string> names;
-    for (const auto& pair : pairs)
-        names.push_back(pair.first);
-    return names;
-}
-
-std::string FormDecode(const std::string& text)
-{
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        auto digit = [&text](std::size_t at) { return Orn::Str::HexValue(static_cast<unsigned char>(text[at])); };
-        Orn::Int hi = text[i] == '%' && i + 2 < text.size() ? digit(i + 1) : -1;
-        Orn::Int lo = hi >= 0 ? digit(i + 2) : -1;
-        if (lo >= 0) {
-            out += static_cast<char>(hi * 16 + lo);
-            i += 2;
-        } else {
-            out += text[i] == '+' ? ' ' : text[i];
-        }
-    }
-    return out;
+    return static_cast<int>(std::count_if(result.windows.begin(), result.windows.end(), IsNonStandardBox));
 }
 
 bool ReadRegString(HKEY root, const std::string& key, const std::string& name, std::string& value)

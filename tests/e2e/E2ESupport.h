@@ -8,7 +8,6 @@
 
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "TestHttpServer.h"
@@ -105,24 +104,16 @@ extern const char ProductKey[];
 extern const char ReplyKey[];
 // The path every version request asks for.
 extern const char VersionRequestPath[];
-// The box every check against a host other than the product's server shows, even with -s.
-extern const char NonStandardText[];
-extern const char NonStandardCaption[];
 
 // Removes the company trees of both roots.
 void CleanVantrelKeys();
 
+// The box every check against a host other than the product's server shows, even with -s.
+bool IsNonStandardBox(const Window& w);
 // Presses OK on the non-standard box; any other window fails the test.
 Watcher NonStandardBoxWatcher();
 // How many of the windows seen were the non-standard box.
 int CountNonStandardBoxes(const RunResult& result);
-
-// The name/value pairs of a query or form body in their order, still escaped.
-using QueryPairs = std::vector<std::pair<std::string, std::string>>;
-QueryPairs SplitQuery(const std::string& query);
-std::vector<std::string> QueryNames(const QueryPairs& pairs);
-// Form decoding: "+" is a blank, "%XX" the byte.
-std::string FormDecode(const std::string& text);
 
 // A string value; false when the key or the value is missing.
 bool ReadRegString(HKEY root, const std::string& key, const std::string& name, std::string& value);

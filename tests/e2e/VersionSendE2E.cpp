@@ -70,7 +70,7 @@ TEST_F(VersionSendE2E, WithoutNorunTheReplyRunsAndIsDumpedButNotStored)
 
     std::vector<std::string> steps;
     RunResult r = RunUpdateWatch("-s -vsend " + params.Arg() + " -out " + out.Arg() + " -step", [&](const Window& w) {
-        if (w.caption == NonStandardCaption)
+        if (IsNonStandardBox(w))
             return Answer::Press(IDOK);
         steps.push_back(w.text);
         return Answer::Press(w.caption == "UpdateWatch" ? IDYES : -1);
