@@ -137,7 +137,6 @@ RunResult RunProgram(const std::string& program, const std::string& args, Watche
         Watch(pi.dwProcessId, watcher, result, answered);
         waited += 50;
         if (waited >= timeoutMs) {
-            result.timedOut = true;
             ADD_FAILURE() << "UpdateWatch.exe " << args << " did not end in " << timeoutMs << " ms";
             ::TerminateProcess(pi.hProcess, 0xDEAD);
             ::WaitForSingleObject(pi.hProcess, 5000);

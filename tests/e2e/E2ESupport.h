@@ -33,7 +33,6 @@ using Watcher = std::function<Answer(const Window&)>;
 
 struct RunResult {
     DWORD exitCode = 0;
-    bool timedOut = false;
     std::vector<Window> windows; // every distinct window seen, in order
 };
 
@@ -48,7 +47,8 @@ bool FileExists(const std::string& path);
 std::string ReadFile(const std::string& path);
 void DeleteFileIfAny(const std::string& path);
 
-// Runs UpdateWatch.exe with the arguments; unexpected windows fail the test and are closed.
+// Runs UpdateWatch.exe with the arguments; unexpected windows and a run past the time limit fail the test, and
+// the windows are closed and the program ended.
 RunResult RunUpdateWatch(const std::string& args, Watcher watcher = nullptr, DWORD timeoutMs = 30000);
 // The same for a program at another path (a scratch installation).
 RunResult RunProgram(const std::string& program, const std::string& args, Watcher watcher = nullptr,
@@ -80,7 +80,6 @@ public:
     ScratchInstall(const ScratchInstall&) = delete;
     ScratchInstall& operator=(const ScratchInstall&) = delete;
 
-    const std::string& Dir() const { return mDir; }
     std::string Program() const { return mDir + "\\UpdateWatch.exe"; }
     std::string ConfigPath() const { return mDir + "\\nimbra.vrc"; }
     // Copies the build's nimbra.vrc beside the copy.

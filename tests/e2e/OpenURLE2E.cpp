@@ -61,7 +61,6 @@ TEST_F(OpenURLE2E, HostileTargetsNeverReachTheShell)
             errorBox = refused ? w.text : errorBox;
             return refused ? Answer::Press(IDOK) : Answer::Press(-1);
         });
-        EXPECT_FALSE(r.timedOut) << row.name;
         // The shell starts the batch within about 100 ms of the program's end; ten times that shows a refusal.
         EXPECT_EQ(WaitForFile(marker.Path(), row.reached ? 10000 : 1000), row.reached) << row.name;
         DeleteFileIfAny(marker.Path());
