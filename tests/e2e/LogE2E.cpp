@@ -25,7 +25,7 @@ protected:
     {
         TempFile script("uw_log_e2e.txt", "set $done, 1;\n");
         std::string args = options + " -script " + script.Arg();
-        RunResult r = RunProgram(program, args);
+        RunProgram(program, args);
         EXPECT_TRUE(FileExists(LogPath())) << args;
         return ReadFile(LogPath());
     }

@@ -56,7 +56,7 @@ TEST_F(OpenURLE2E, HostileTargetsNeverReachTheShell)
         }
         TempFile script("uw_e2e_open.txt", row.script + "\nset $after, 1;\n");
         std::string errorBox;
-        RunResult r = RunUpdateWatch("-s -verbose -script " + script.Arg(), [&errorBox](const Window& w) {
+        RunUpdateWatch("-s -verbose -script " + script.Arg(), [&errorBox](const Window& w) {
             bool refused = w.caption == "UpdateWatch" && HasText(w.text, "illegal URL (");
             errorBox = refused ? w.text : errorBox;
             return refused ? Answer::Press(IDOK) : Answer::Press(-1);

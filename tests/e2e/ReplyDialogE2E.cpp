@@ -285,7 +285,6 @@ TEST(ReplyDialogE2E, LayoutFollowsTheMessageTheCheckboxAndTheWidth)
 // References without end stop at a bound: the dialog shows its texts as far as they got, and the log says so.
 TEST(ReplyDialogE2E, TextsThatReferToThemselvesStopAtTheirBound)
 {
-    const char* productKey = "SOFTWARE\\Vantrel\\VRNB3";
     struct Row { const char* name; const char* unnamedValue; std::string script; std::string caption, message; };
     const Row rows[] = {
         {"title and message refer to themselves", nullptr,
@@ -296,11 +295,10 @@ TEST(ReplyDialogE2E, TextsThatReferToThemselvesStopAtTheirBound)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         if (row.unnamedValue) {
-            ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, productKey, "", row.unnamedValue));
+            ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "", row.unnamedValue));
         }
         ScriptRun run = RunScript(row.script);
-        if (row.unnamedValue)
-            ::RegDeleteKeyValueA(HKEY_CURRENT_USER, productKey, nullptr);
+        CleanVantrelKeys();
         ASSERT_TRUE(run.shot.seen);
         EXPECT_EQ(run.shot.caption, row.caption);
         EXPECT_EQ(run.shot.message.text, row.message);

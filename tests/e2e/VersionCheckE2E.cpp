@@ -233,8 +233,7 @@ TEST_F(VersionCheckE2E, OptionsAndFailingReplies)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        CleanVantrelKeys();
-        PointAt(ServerHost());
+        VersionServerTest::SetUp();
         ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ReplyKey, "$r", "earlier"));
         std::size_t before = mServer.Requests().size();
         mServer.Enqueue(HttpAnswer::Page("[START]" + std::string(row.script) + "[END]"));
