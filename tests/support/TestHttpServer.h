@@ -43,7 +43,6 @@ struct HttpAnswer {
 
     static HttpAnswer Page(std::string body, int status = 200, std::string contentType = "text/html");
     static HttpAnswer Redirect(const std::string& location);
-    static HttpAnswer Oversized(std::size_t bytes);
     static HttpAnswer CloseWithoutAnswer();
     static HttpAnswer ResetMidBody(std::string body, std::size_t sentBytes);
     static HttpAnswer CloseMidBody(std::string body, std::size_t sentBytes);
@@ -64,8 +63,8 @@ public:
 
     bool IsListening() const;
     unsigned short Port() const;
-    // "http://127.0.0.1:PORT" followed by the target ("/" when none is given).
-    std::string Url(const std::string& target = "/") const;
+    // "http://127.0.0.1:PORT" followed by the target.
+    std::string Url(const std::string& target) const;
 
     // The answer for the next unanswered request; the queue is used in order.
     void Enqueue(HttpAnswer answer);

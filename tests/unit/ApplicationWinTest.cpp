@@ -23,7 +23,7 @@ public:
 };
 } // namespace
 
-TEST(ApplicationWin, GUIMainSplitsTheCommandLineAndRuns)
+TEST(ApplicationWin, GUIMainSplitsTheCommandLineAndRunsWithTheDefaults)
 {
     CGlobalDeleteList::Create();
     auto* app = new TestApp;
@@ -35,14 +35,7 @@ TEST(ApplicationWin, GUIMainSplitsTheCommandLineAndRuns)
     EXPECT_STREQ(app->value, "a b");
     EXPECT_STREQ(app->CommandLineText(), "-s /v \"a b\"");
     EXPECT_EQ(app->GetExitStatus(), 7);
-    CGlobalDeleteList::DeleteAll();
-    EXPECT_EQ(CApplication::Get(), nullptr) << "the application is on the delete list";
-}
 
-TEST(ApplicationWin, DefaultUsageAndConfigName)
-{
-    CGlobalDeleteList::Create();
-    auto* app = new TestApp;
     CString usage;
     app->GetUsageText(usage);
     EXPECT_STREQ(usage, "TestApp: no usage information available.");
@@ -62,4 +55,5 @@ TEST(ApplicationWin, DefaultUsageAndConfigName)
     EXPECT_ASSERTED(rec, "msg");
     GlobalVars.Remove("ShortAppKey");
     CGlobalDeleteList::DeleteAll();
+    EXPECT_EQ(CApplication::Get(), nullptr) << "the application is on the delete list";
 }

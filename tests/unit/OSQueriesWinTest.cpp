@@ -37,17 +37,11 @@ TEST(OSQueriesWinTest, SystemFacts)
     EXPECT_TRUE(std::regex_match(name.Chars(), std::regex("[a-z]{2,3}(-[A-Z0-9]{2,3})?"))) << name.Chars();
 }
 
-// A message-only window of this thread, destroyed with the pointer.
-using WindowPtr = std::unique_ptr<std::remove_pointer_t<HWND>, decltype(&::DestroyWindow)>;
-WindowPtr NewMessageWindow()
-{
-    return WindowPtr(::CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr),
-                     &::DestroyWindow);
-}
-
 TEST(OSQueriesWinTest, WindowOwnerIsThisProgram)
 {
-    WindowPtr window = NewMessageWindow();
+    // A message-only window of this thread, destroyed with the pointer.
+    std::unique_ptr<std::remove_pointer_t<HWND>, decltype(&::DestroyWindow)> window(
+        ::CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr), &::DestroyWindow);
     ASSERT_NE(nullptr, window);
     OrnTest::AssertRecorder rec;
     Orn::DWord processId = 0;

@@ -82,8 +82,8 @@ TEST(WebPageReaderWin, EachAnswerGivesItsStatus)
         RStatus expected;
     };
     const Row rows[] = {
-        {"page of exactly the maximum", HttpAnswer::Oversized(1000), Ok},
-        {"one byte over the maximum", HttpAnswer::Oversized(1001), E_TooMuchData},
+        {"page of exactly the maximum", HttpAnswer::Page(std::string(1000, 'x')), Ok},
+        {"one byte over the maximum", HttpAnswer::Page(std::string(1001, 'x')), E_TooMuchData},
         {"slow drip", HttpAnswer::Page("drip, drip, drip").Drip(3, 20), Ok},
         {"no Content-Length", HttpAnswer::Page("until the end").WithoutLength(), Ok},
         {"404", HttpAnswer::Page("gone", 404), E_NotFound},
@@ -91,6 +91,7 @@ TEST(WebPageReaderWin, EachAnswerGivesItsStatus)
         {"redirect", HttpAnswer::Redirect("/elsewhere"), E_InternetBadHTTPStatus},
         {"NUL byte", HttpAnswer::Page(std::string("bin\0ary", 7), 200, "application/octet-stream"),
          E_InternetResourceNotText},
+        {"closed without an answer", HttpAnswer::CloseWithoutAnswer(), Failure},
         {"closed mid-body", HttpAnswer::CloseMidBody(std::string(500, 'c'), 100), Failure},
         {"reset mid-body", HttpAnswer::ResetMidBody(std::string(500, 'r'), 100), Failure},
     };
