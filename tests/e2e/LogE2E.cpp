@@ -79,7 +79,6 @@ TEST_F(LogE2E, LayoutOfARunAndWhatTheRegistryAddsToIt)
         for (int i = row.level - 1; i < 4; ++i)
             ASSERT_TRUE(SetRegString(row.root, row.key, names[i], "level" + std::to_string(row.level)));
     ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "VendorId", "FromRegistry"));
-    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "UWEmpty", ""));
     ASSERT_TRUE(SetRegString(HKEY_CLASSES_ROOT, std::string(cClassKey) + "\\InstalledVersion", "", "3.0 beta 2"));
     ASSERT_TRUE(SetRegString(HKEY_CLASSES_ROOT, std::string(cClassKey) + "\\InprocServer32", "",
                              "C:\\Program Files\\Vantrel\\Nimbra\\nimbra.dll"));
@@ -90,7 +89,6 @@ TEST_F(LogE2E, LayoutOfARunAndWhatTheRegistryAddsToIt)
         EXPECT_TRUE(HasText(log, std::string("\t") + names[i] + "\t=\t\"level" + std::to_string(i + 1) + "\"\r\n"))
             << names[i] << "\n" << log;
     EXPECT_TRUE(HasText(log, "\tVendorId\t=\t\"FromRegistry\"\r\n")) << "the registry beats the configuration file";
-    EXPECT_FALSE(HasText(log, "UWEmpty")) << "empty values are not loaded";
     EXPECT_TRUE(HasText(log, "Start: Check if Nimbra already installed {\r\n\tInstalledVersion = '3.0 beta 2'.\r\n"
                               "\tserver path from InprocServer32 key = "
                               "'C:\\Program Files\\Vantrel\\Nimbra\\nimbra.dll'.\r\n"

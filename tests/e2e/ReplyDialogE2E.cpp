@@ -365,7 +365,6 @@ TEST(ReplyDialogE2E, CheckboxShowsAndStoresItsVariable)
     const Row rows[] = {
         {"set to 0, user checks it", "set ShowTips, 0;", "ShowTips", "ShowTips", true, false, "1"},
         {"set to 1, user clears it", "set ShowTips, 1;", "ShowTips", "ShowTips", true, true, "0"},
-        {"undefined", "", "$tipsUndefined", "$tipsUndefined", false, false, "0"},
         {"undefined with neg", "", "neg, $tipsUndefined", "$tipsUndefined", false, true, "0"},
         {"neg, user checks it", "set ShowTips, 1;", "neg, ShowTips", "ShowTips", true, false, "0"},
     };

@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <ctime>
 #include <regex>
+#include <sstream>
 #include <utility>
 
 #include "E2ESupport.h"
-#include "String.h"
 
 using namespace E2E;
 using OrnTest::HttpAnswer;
@@ -18,45 +18,19 @@ namespace {
 
 const char cCheckArgs[] = "-s -v \"EqTotal=3 PagesTotal=12\"";
 
-// The name/value pairs of a query in their order, still escaped.
+// The name/value pairs of a query in their order, as sent: every value the check sends is plain enough to need no
+// escape, so one that arrives escaped fails its comparison.
 using QueryPairs = std::vector<std::pair<std::string, std::string>>;
 
 QueryPairs SplitQuery(const std::string& query)
 {
     QueryPairs pairs;
-    if (query.empty())
-        return pairs;
-    std::size_t start = 0;
-    for (;;) {
-        std::size_t amp = query.find('&', start);
-        std::string pair = query.substr(start, amp == std::string::npos ? std::string::npos : amp - start);
+    std::istringstream in(query);
+    for (std::string pair; std::getline(in, pair, '&');) {
         std::size_t eq = pair.find('=');
-        if (eq == std::string::npos)
-            pairs.emplace_back(pair, std::string());
-        else
-            pairs.emplace_back(pair.substr(0, eq), pair.substr(eq + 1));
-        if (amp == std::string::npos)
-            return pairs;
-        start = amp + 1;
+        pairs.emplace_back(pair.substr(0, eq), eq == std::string::npos ? "" : pair.substr(eq + 1));
     }
-}
-
-// Form decoding: "+" is a blank, "%XX" the byte.
-std::string FormDecode(const std::string& text)
-{
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        auto digit = [&text](std::size_t at) { return Orn::Str::HexValue(static_cast<unsigned char>(text[at])); };
-        Orn::Int hi = text[i] == '%' && i + 2 < text.size() ? digit(i + 1) : -1;
-        Orn::Int lo = hi >= 0 ? digit(i + 2) : -1;
-        if (lo >= 0) {
-            out += static_cast<char>(hi * 16 + lo);
-            i += 2;
-        } else {
-            out += text[i] == '+' ? ' ' : text[i];
-        }
-    }
-    return out;
+    return pairs;
 }
 
 class VersionCheckE2E : public VersionServerTest {
@@ -72,12 +46,12 @@ protected:
     }
 };
 
-// The decoded value of the first parameter of that name.
+// The value of the first parameter of that name.
 std::string Param(const QueryPairs& pairs, const std::string& name)
 {
     for (const auto& pair : pairs)
-        if (FormDecode(pair.first) == name)
-            return FormDecode(pair.second);
+        if (pair.first == name)
+            return pair.second;
     ADD_FAILURE() << name << " not sent";
     return "";
 }
@@ -175,6 +149,7 @@ TEST_F(VersionCheckE2E, ReplyThatCannotBeStoredStillEndsTheCheckWell)
 }
 
 // The user's time is fixed by the first check and repeated; the machine's identity is read but never written.
+// That stored machine values are sent again is UpdateWatcherIdentity's table, through the same key reader.
 TEST_F(VersionCheckE2E, IdentityIsKeptInTheRegistry)
 {
     long long before = std::time(nullptr);
@@ -201,12 +176,6 @@ TEST_F(VersionCheckE2E, IdentityIsKeptInTheRegistry)
     std::string value;
     EXPECT_FALSE(ReadRegString(HKEY_LOCAL_MACHINE, CompanyKey, "Random", value)) << value;
     EXPECT_FALSE(ReadRegString(HKEY_LOCAL_MACHINE, CompanyKey, "MachTime", value)) << value;
-
-    ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "Random", "424242"));
-    ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "MachTime", "1600000000"));
-    QueryPairs known = CheckOnce();
-    EXPECT_EQ(Param(known, "VR_Random"), "424242");
-    EXPECT_EQ(Param(known, "VR_MachTime"), "1600000000");
 }
 
 // -over and -step, and a reply whose script fails: what the server saw, what is stored, how the check ends.

@@ -130,6 +130,15 @@ std::string ResponseHead(const HttpAnswer& answer)
     return head + "\r\n";
 }
 
+// A page answered as the kind says: cut after sentBytes of the body where the kind cuts it.
+HttpAnswer OfKind(HttpAnswer::Kind kind, std::string body = std::string(), std::size_t sentBytes = 0)
+{
+    HttpAnswer answer = HttpAnswer::Page(std::move(body));
+    answer.kind = kind;
+    answer.cutAfter = sentBytes;
+    return answer;
+}
+
 } // namespace
 
 std::string HttpRequest::Header(const std::string& name) const
@@ -156,34 +165,19 @@ HttpAnswer HttpAnswer::Redirect(const std::string& location)
     return answer;
 }
 
-HttpAnswer HttpAnswer::CloseWithoutAnswer()
-{
-    HttpAnswer answer;
-    answer.kind = Kind::CloseWithoutAnswer;
-    return answer;
-}
+HttpAnswer HttpAnswer::CloseWithoutAnswer() { return OfKind(Kind::CloseWithoutAnswer); }
 
 HttpAnswer HttpAnswer::ResetMidBody(std::string body, std::size_t sentBytes)
 {
-    HttpAnswer answer = Page(std::move(body));
-    answer.kind = Kind::ResetMidBody;
-    answer.cutAfter = sentBytes;
-    return answer;
+    return OfKind(Kind::ResetMidBody, std::move(body), sentBytes);
 }
 
 HttpAnswer HttpAnswer::CloseMidBody(std::string body, std::size_t sentBytes)
 {
-    HttpAnswer answer = ResetMidBody(std::move(body), sentBytes);
-    answer.kind = Kind::CloseMidBody;
-    return answer;
+    return OfKind(Kind::CloseMidBody, std::move(body), sentBytes);
 }
 
-HttpAnswer HttpAnswer::NeverAnswer()
-{
-    HttpAnswer answer;
-    answer.kind = Kind::NeverAnswer;
-    return answer;
-}
+HttpAnswer HttpAnswer::NeverAnswer() { return OfKind(Kind::NeverAnswer); }
 
 HttpAnswer& HttpAnswer::Drip(std::size_t bytes, unsigned everyMs)
 {
