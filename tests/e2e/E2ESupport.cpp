@@ -198,7 +198,6 @@ void DeleteRegTree(HKEY root, const std::string& key) { ::RegDeleteTreeA(root, k
 const char CompanyKey[] = "SOFTWARE\\Vantrel";
 const char ProductKey[] = "SOFTWARE\\Vantrel\\VRNB3";
 const char ReplyKey[] = "SOFTWARE\\Vantrel\\VRNB3\\UWResult";
-const char VersionRequestPath[] = "/updatewatch/updatewatch.aspx";
 
 bool IsNonStandardBox(const Window& w)
 {
@@ -214,11 +213,6 @@ void CleanVantrelKeys()
 Watcher NonStandardBoxWatcher()
 {
     return [](const Window& w) { return IsNonStandardBox(w) ? Answer::Press(IDOK) : Answer::Press(-1); };
-}
-
-int CountNonStandardBoxes(const RunResult& result)
-{
-    return static_cast<int>(std::count_if(result.windows.begin(), result.windows.end(), IsNonStandardBox));
 }
 
 bool ReadRegString(HKEY root, const std::string& key, const std::string& name, std::string& value)

@@ -101,8 +101,6 @@ extern const char CompanyKey[];
 extern const char ProductKey[];
 // Where the reply variables of a successful check are stored (below HKEY_CURRENT_USER).
 extern const char ReplyKey[];
-// The path every version request asks for.
-extern const char VersionRequestPath[];
 
 // Removes the company trees of both roots.
 void CleanVantrelKeys();
@@ -111,8 +109,6 @@ void CleanVantrelKeys();
 bool IsNonStandardBox(const Window& w);
 // Presses OK on the non-standard box; any other window fails the test.
 Watcher NonStandardBoxWatcher();
-// How many of the windows seen were the non-standard box.
-int CountNonStandardBoxes(const RunResult& result);
 
 // A string value; false when the key or the value is missing.
 bool ReadRegString(HKEY root, const std::string& key, const std::string& name, std::string& value);
