@@ -15,12 +15,14 @@ mkdir -p "$out"
 jobs="${ORN_JOBS:-2}"
 [ $# -gt 0 ] || set -- native win64
 
-# gcovr over one build tree's counters; only the product's sources count.
+# gcovr over one build tree's counters; only the product's sources count. The Wine prefix's drive Z: is the
+# whole file system, so gcovr is kept out of it.
 collect() {
     local tree="$1" name="$2" gcov="$3"
     gcovr --root "$root" --object-directory "$tree" --gcov-executable "$gcov" \
         --filter "$root/framework/" --filter "$root/app/" --filter "$root/tools/" \
-        --exclude-directories '.*/CMakeFiles/[0-9.]+/.*' --exclude-unreachable-branches --exclude-throw-branches \
+        --exclude-directories '.*/CMakeFiles/[0-9.]+/.*' --exclude-directories '.*/wineprefix/.*' \
+        --exclude-unreachable-branches --exclude-throw-branches \
         --json "$out/$name.json" --html-details "$out/$name.html" "$tree" >/dev/null
 }
 
