@@ -135,8 +135,6 @@ TEST_F(UpdateWatcherTest, GlobalsShapeTheRequest)
         {"delay with a value", {{"UWDelay", "5 s"}}, "", std::string(delayPage) + "?VR_TIMEDELAY=5 s", true, true,
          nullptr},
         {"delay of 1", {{"UWDelay", "1"}}, "", delayPage, true, true, nullptr},
-        {"https", {{"VersionScheme", "https"}}, "https://versioncheck.vantrel.com/updatewatch/updatewatch.aspx?", "",
-         true, false, nullptr},
         {"https delay", {{"VersionScheme", "https"}, {"UWDelay", "1"}}, "https://versioncheck.vantrel.com/",
          "https://uwtest.vantrel.com/updatewatch/UwDelayTest.aspx", true, true, nullptr},
         {"no vendor", {{"VendorId", nullptr}}, "&VR_Vendor=ERROR", "", true, false,
