@@ -37,7 +37,6 @@ TEST(UwServer, RulesFileErrorsNameTheirLines)
         const char* rules;
         const char* errors;
     } cases[] = {
-        {"otherwise -> a.txt\n", ""},
         {"X older than 3.x -> a.txt\nY like z\nZ is 1 -> ../a.txt\nW sort of 1 -> a.txt\notherwise -> b.txt",
          "r:1: not a version: '3.x' (write it as the program shows it: 3.2, 3.1c, 3.0 beta 2)\n"
          "r:2: expected CONDITIONS -> FILE or otherwise -> FILE\n"
