@@ -25,8 +25,12 @@ public:
     explicit CRecordingDialog(CRecordingInterpreter& interp);
     void SetTexts(const char* title, const char* message) override { Log(" texts(", title, "|", message, ")"); }
     void SetWidth(Int width) override { Log(" width(", std::to_string(width).c_str(), ")"); }
-    bool AddCheckbox(const char* text, const char* varName, bool negate, CString&) override
+    bool AddCheckbox(const char* text, const char* varName, bool negate, CString& error) override
     {
+        if (!mVar.empty()) {
+            error = "only one checkbox allowed";
+            return false;
+        }
         Log(" checkbox(", text, ",", varName, negate ? ",neg)" : ")");
         mNegate = negate;
         mVar = varName;
@@ -147,12 +151,14 @@ TEST_F(VersionScript, ErrorReports)
         {"set $a, 1;, goto x;", "expected command name (missing semicolon?)", ", goto x;"},
         {"Set $a, 1;", "unknown command", "Set $a, 1;"},
         {"set $a, $b;", "bad token type for value in 'set' command", " $b;"},
+        {"if $u, 1, a, b, c;", "undefined variable ($u) for 'if' command", " $u, 1, a, b, c;"},
         {"if , 1, a, b, c;", "expected number or variable name", " , 1, a, b, c;"},
         {"dialog \"T\", \"m\", 5;", "expected option keyword", " 5;"},
         {"dialog \"T\", \"m\", size, 5;", "unknown dialog option (size)", " size, 5;"},
         {"dialog \"T\", \"m\", button, foo, \"x\", l;", "expected button text, def, or close", " foo, \"x\", l;"},
         {"dialog \"T\", \"m\", button, 5, l;", "expected button text", " 5, l;"},
         {"dialog \"T\", \"m\" x;", "expected semicolon", " x;"},
+        {"dialog \"T\", \"m\", checkbox, \"a\", $a, checkbox, \"b\", $b;", "only one checkbox allowed", " $b;"},
         {"set $a, 1 abcdefghijklmnopqrstuvwxyz;", "looking for semicolon, but got identifier", " abcdefghijklmnopqrs"},
         {"open_new \"http://refused/\"; set $a, 1;", "illegal URL (http://refused/) for 'open_new' command",
          "; set $a, 1;"},
