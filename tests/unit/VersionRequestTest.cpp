@@ -89,6 +89,23 @@ protected:
 
 } // namespace
 
+TEST_F(UpdateWatcherTest, FullRequestInOrder)
+{
+    OrnTest::AssertRecorder rec;
+    CTestWatcher watcher;
+    Start(watcher);
+    EXPECT_NO_ASSERTS(rec);
+    // Unreadable identity keys leave "1"; no last check and no last tip give "-1".
+    EXPECT_STREQ(mURL, "http://versioncheck.vantrel.com/updatewatch/updatewatch.aspx?"
+                       "EqTotal=5&Notify=X&VR_ShowTips=1&VR_LastUW=-1&VR_LastTip=-1&VR_AutoUW=1&"
+                       "VR_MachTime=1&VR_UserTime=1&VR_Random=1&VR_MACAddr=00E04C6811A2&"
+                       "VR_OS=WIN&VR_OSVer=10.0&VR_OSLang=en-US&VR_OSBits=64&"
+                       "VR_Product=NBW&VR_ProdLang=EN&VR_ProdVer=3.1.2.45&VR_Vendor=VRL");
+    EXPECT_TRUE(watcher.IsStandardCheck());
+    EXPECT_EQ(watcher.mBoxes, "");
+    EXPECT_EQ(watcher.mReads, std::vector<std::string>{mURL.Chars()}) << "the built URL is the one read";
+}
+
 TEST_F(UpdateWatcherTest, OverrideOnlySendsOnlyTheGivenVariablesEscaped)
 {
     OrnTest::AssertRecorder rec;
