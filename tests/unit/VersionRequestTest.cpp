@@ -264,25 +264,23 @@ TEST_F(UpdateWatcherTest, ReplyKeyAddsAFreshNonce)
     GlobalVars.Set("ReplyKey", std::string(64, '0').append(64, 'F').c_str());
     CVarList overrides;
     overrides.Set("VR_Nonce", "chosen");
-    std::string nonces[2];
-    for (std::string& nonce : nonces) {
-        OrnTest::AssertRecorder rec;
-        CTestWatcher watcher;
-        Start(watcher, &overrides, true);
-        EXPECT_NO_ASSERTS(rec) << "VR_Nonce is a known name";
-        nonce = watcher.RequestVars().Find("VR_Nonce");
-        EXPECT_EQ(nonce.find_first_not_of("0123456789ABCDEF"), std::string::npos) << nonce;
-        EXPECT_EQ(nonce.size(), 32u);
-        EXPECT_EQ(std::string(mURL.Chars()), "http://versioncheck.vantrel.com/updatewatch/updatewatch.aspx?"
-                                             "EqTotal=5&Notify=X&VR_Nonce=" + nonce);
-    }
-    EXPECT_NE(nonces[0], nonces[1]);
+    OrnTest::AssertRecorder rec;
+    CTestWatcher watcher;
+    Start(watcher, &overrides, true);
+    EXPECT_NO_ASSERTS(rec) << "VR_Nonce is a known name";
+    const std::string nonce = watcher.RequestVars().Find("VR_Nonce");
+    EXPECT_EQ(nonce.find_first_not_of("0123456789ABCDEF"), std::string::npos) << nonce;
+    EXPECT_EQ(nonce.size(), 32u);
+    EXPECT_EQ(std::string(mURL.Chars()), "http://versioncheck.vantrel.com/updatewatch/updatewatch.aspx?"
+                                         "EqTotal=5&Notify=X&VR_Nonce=" + nonce);
 
     GlobalVars.Set("UWDelay", "5");
-    CTestWatcher watcher;
-    Start(watcher);
-    EXPECT_EQ(watcher.mReads[0], std::string("http://uwtest.vantrel.com/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=5"
-                                             "&VR_Nonce=") + watcher.RequestVars().Find("VR_Nonce"));
+    CTestWatcher delayed;
+    Start(delayed);
+    const std::string second = delayed.RequestVars().Find("VR_Nonce");
+    EXPECT_NE(second, nonce) << "each request has a nonce of its own";
+    EXPECT_EQ(delayed.mReads[0],
+              "http://uwtest.vantrel.com/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=5&VR_Nonce=" + second);
 }
 
 namespace {
