@@ -44,12 +44,8 @@ TEST(VarList, SetKeepsFirstOrderAndVisitStopsEarly)
     EXPECT_FALSE(list.Visit(stopper));
     EXPECT_EQ(stopper.mJoined, "b=4,a=-2147483648") << "a visit stops when the visitor says so";
     EXPECT_EQ(list.Find("B"), nullptr) << "names are case-sensitive";
-    EXPECT_NO_ASSERTS(rec);
-    list.Set(nullptr, "v");
-    EXPECT_ASSERTED(rec, "name");
-    list.Set("n", nullptr);
-    EXPECT_ASSERTED(rec, "value");
     EXPECT_EQ(list.Count(), 3);
+    EXPECT_NO_ASSERTS(rec);
 }
 
 TEST(VarList, ReadOnlyMarks)
@@ -251,8 +247,6 @@ TEST(VarList, GlobalsResolveReferencesAndBooleans)
     GlobalVars.Set("VLTOdd", "yes");
     EXPECT_FALSE(GetGlobalBool("VLTOdd"));
     EXPECT_ASSERTED(rec, "value == \"0\" || value == \"1\"");
-    SetGlobalBool(nullptr, true);
-    EXPECT_ASSERTED(rec, "var");
     for (const char* name : {"VLTRoot", "VLTDir", "VLTOn", "VLTOdd"}) // other tests must not see them
         GlobalVars.Remove(name);
 }
