@@ -11,6 +11,8 @@ PACKAGES=(
     wine64 xvfb xdotool imagemagick file binutils
     # HTTPS tests: Wine's TLS (only recommended by wine64) and the loopback TLS servers.
     libgnutls30 python3
+    # scripts/coverage.sh
+    gcovr
 )
 
 missing=()

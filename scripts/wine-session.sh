@@ -24,6 +24,14 @@ fi
 # Wine's own services start with the first program and inherit its output; start them here, detached, or
 # they hold a test runner's output pipe open until the server ends.
 "$WINE64" wineboot >/dev/null 2>&1 </dev/null
+# Xvfb has no window manager, and Wine waits 2 s for one each time a managed window is hidden: our programs'
+# windows are unmanaged there. On a person's display they stay managed.
+_managed=Y
+[ -z "$_xvfb_pid" ] || _managed=N
+for _exe in UpdateWatch.exe e2e_tests.exe https_e2e_tests.exe crash_victim.exe crash_victim_plain.exe; do
+    printf '[HKEY_CURRENT_USER\\Software\\Wine\\AppDefaults\\%s\\X11 Driver]\n"Managed"="%s"\n\n' "$_exe" "$_managed"
+done | { echo REGEDIT4; echo; cat; } >"$WINEPREFIX/drive_c/orn-managed.reg"
+"$WINE64" regedit /S 'C:\orn-managed.reg' >/dev/null 2>&1 </dev/null
 wine_session_stop() {
     "$WINESERVER" -k >/dev/null 2>&1 || true
     if [ -n "$_xvfb_pid" ]; then

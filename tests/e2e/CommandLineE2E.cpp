@@ -16,35 +16,17 @@ protected:
 
 TEST_F(CommandLineE2E, BadCommandLinesEndWithTwoAndNoLog)
 {
-    struct Row {
-        const char* args;
+    const char* const rows[] = {
+        "",
+        "-verbose -s -v X", // "s" is tested first and does not match -verbose
+        "-s -script",
+        "X -v Y",
     };
-    const Row rows[] = {
-        {""},
-        {"-verbose -s -v X"}, // "s" is tested first and does not match -verbose
-        {"-v -step"},         // the value test consumes -v and refuses -step
-        {"-V X"},             // option names are case-sensitive
-        {"-s -script"},
-        {"X -v Y"},
-    };
-    for (const Row& row : rows) {
-        RunResult r = RunUpdateWatch(row.args);
-        EXPECT_EQ(r.exitCode, 2u) << "args: " << row.args;
-        EXPECT_FALSE(FileExists(LogPath())) << "args: " << row.args;
+    for (const char* args : rows) {
+        RunResult r = RunUpdateWatch(args);
+        EXPECT_EQ(r.exitCode, 2u) << "args: " << args;
+        EXPECT_FALSE(FileExists(LogPath())) << "args: " << args;
     }
-}
-
-TEST_F(CommandLineE2E, SlashStandsForDash)
-{
-    // A version server that refuses at once: the check fails (3) rather than the command line (2).
-    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, "SOFTWARE\\Vantrel\\VRNB3", "VersionDomain", "127.0.0.1:1"));
-    RunResult r = RunUpdateWatch("/s /v PagesTotal=1", [](const Window& w) {
-        bool expected = w.caption == "Version Check" && w.text == "Non-standard version check.";
-        return expected ? Answer::Press(IDOK) : Answer::Press(-1);
-    });
-    DeleteRegTree(HKEY_CURRENT_USER, "SOFTWARE\\Vantrel");
-    EXPECT_EQ(r.exitCode, 3u);
-    EXPECT_FALSE(r.timedOut);
 }
 
 TEST_F(CommandLineE2E, SecondInstanceSaysSoEvenWithSuppressedDialogs)
@@ -52,11 +34,12 @@ TEST_F(CommandLineE2E, SecondInstanceSaysSoEvenWithSuppressedDialogs)
     // This process holds the program's mutex, as a first instance would.
     HANDLE first = ::CreateMutexA(nullptr, FALSE, "VRL:UpdateWatch");
     ASSERT_NE(first, nullptr);
-    RunResult r = RunUpdateWatch("-s -v X", ExpectBox("UpdateWatch is already running."));
+    RunResult r = RunUpdateWatch("-s -v X", [](const Window& w) {
+        return Answer::Press(w.caption == "UpdateWatch" && w.text == "UpdateWatch is already running." ? IDOK : -1);
+    });
     ::CloseHandle(first);
     EXPECT_EQ(r.exitCode, 0u);
-    ASSERT_EQ(r.windows.size(), 1u);
-    EXPECT_EQ(r.windows[0].text, "UpdateWatch is already running.");
+    EXPECT_EQ(r.windows.size(), 1u);
     EXPECT_FALSE(FileExists(LogPath()));
 }
 
@@ -65,5 +48,4 @@ TEST_F(CommandLineE2E, CrashEndsWithAccessViolationAndNoDialog)
     RunResult r = RunUpdateWatch("-crash -v X");
     EXPECT_EQ(r.exitCode, 0xC0000005u);
     EXPECT_TRUE(r.windows.empty());
-    EXPECT_FALSE(r.timedOut);
 }

@@ -1,8 +1,10 @@
-// Process start, window watching and file helpers for the end-to-end tests.
+// Process start, window watching and file helpers, the loopback version server fixture and the registry and
+// query readers of the end-to-end tests.
 #include "E2ESupport.h"
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
@@ -37,35 +39,20 @@ Window Describe(HWND hwnd)
     Window w;
     w.hwnd = hwnd;
     w.caption = WindowText(hwnd);
-    w.text = MessageBoxText(hwnd);
+    HWND text = ::GetDlgItem(hwnd, 0xFFFF); // a message box's static text
+    w.text = text ? WindowText(text) : std::string();
     return w;
-}
-
-void Press(HWND dlg, int id)
-{
-    HWND button = ::GetDlgItem(dlg, id);
-    ::PostMessageA(dlg, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(button));
-}
-
-bool Seen(const std::vector<Window>& seen, HWND hwnd)
-{
-    for (const Window& w : seen)
-        if (w.hwnd == hwnd)
-            return true;
-    return false;
 }
 
 // Offers each new window to the watcher; one it does not want fails the test and is closed.
 void Watch(DWORD pid, const Watcher& watcher, RunResult& result, std::vector<HWND>& answered)
 {
     for (HWND hwnd : VisibleWindowsOf(pid)) {
-        bool done = false;
-        for (HWND a : answered)
-            done = done || a == hwnd;
-        if (done)
+        if (std::find(answered.begin(), answered.end(), hwnd) != answered.end())
             continue;
         Window w = Describe(hwnd);
-        if (!Seen(result.windows, hwnd))
+        auto same = [hwnd](const Window& seen) { return seen.hwnd == hwnd; };
+        if (std::none_of(result.windows.begin(), result.windows.end(), same))
             result.windows.push_back(w);
         Answer answer = watcher ? watcher(w) : Answer::Press(-1);
         if (answer.buttonId == -1) {
@@ -91,10 +78,10 @@ std::string WindowText(HWND hwnd)
     return buf;
 }
 
-std::string MessageBoxText(HWND dlg)
+void Press(HWND dlg, int id)
 {
-    HWND text = ::GetDlgItem(dlg, 0xFFFF);
-    return text ? WindowText(text) : std::string();
+    HWND button = ::GetDlgItem(dlg, id);
+    ::PostMessageA(dlg, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(button));
 }
 
 std::string BinDir()
@@ -105,14 +92,16 @@ std::string BinDir()
     return dir.substr(0, dir.find_last_of("\\/"));
 }
 
-std::string ProgramPath() { return BinDir() + "\\UpdateWatch.exe"; }
-
-std::string LogPath()
+std::string TempDir()
 {
     char dir[MAX_PATH + 1] = {0};
     ::GetTempPathA(MAX_PATH, dir);
-    return std::string(dir) + "Nimbra Version Check.log";
+    return dir;
 }
+
+std::string ProgramPath() { return BinDir() + "\\UpdateWatch.exe"; }
+
+std::string LogPath() { return TempDir() + "Nimbra Version Check.log"; }
 
 bool FileExists(const std::string& path) { return ::GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
@@ -148,7 +137,6 @@ RunResult RunProgram(const std::string& program, const std::string& args, Watche
         Watch(pi.dwProcessId, watcher, result, answered);
         waited += 50;
         if (waited >= timeoutMs) {
-            result.timedOut = true;
             ADD_FAILURE() << "UpdateWatch.exe " << args << " did not end in " << timeoutMs << " ms";
             ::TerminateProcess(pi.hProcess, 0xDEAD);
             ::WaitForSingleObject(pi.hProcess, 5000);
@@ -161,11 +149,21 @@ RunResult RunProgram(const std::string& program, const std::string& args, Watche
     return result;
 }
 
+TempFile::TempFile(const std::string& name) : mPath(TempDir() + name) { DeleteFileIfAny(mPath); }
+
+TempFile::TempFile(const std::string& name, const std::string& bytes) : mPath(TempDir() + name)
+{
+    std::ofstream out(mPath, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (!out)
+        ADD_FAILURE() << "cannot write " << mPath;
+}
+
+TempFile::~TempFile() { DeleteFileIfAny(mPath); }
+
 ScratchInstall::ScratchInstall(const std::string& name)
 {
-    char dir[MAX_PATH + 1] = {0};
-    ::GetTempPathA(MAX_PATH, dir);
-    mDir = std::string(dir) + "uw_e2e_" + name;
+    mDir = TempDir() + "uw_e2e_" + name;
     ::CreateDirectoryA(mDir.c_str(), nullptr);
     if (!::CopyFileA(ProgramPath().c_str(), Program().c_str(), FALSE))
         ADD_FAILURE() << "cannot copy UpdateWatch.exe to " << mDir;
@@ -197,13 +195,124 @@ bool SetRegString(HKEY root, const std::string& key, const std::string& name, co
 
 void DeleteRegTree(HKEY root, const std::string& key) { ::RegDeleteTreeA(root, key.c_str()); }
 
-Watcher ExpectBox(const std::string& text, int buttonId)
+const char CompanyKey[] = "SOFTWARE\\Vantrel";
+const char ProductKey[] = "SOFTWARE\\Vantrel\\VRNB3";
+const char ReplyKey[] = "SOFTWARE\\Vantrel\\VRNB3\\UWResult";
+
+bool IsNonStandardBox(const Window& w)
 {
-    return [text, buttonId](const Window& w) {
-        if (w.text == text && w.caption == "UpdateWatch")
-            return Answer::Press(buttonId);
-        return Answer::Press(-1);
-    };
+    return w.caption == "Version Check" && w.text == "Non-standard version check.";
+}
+
+void CleanVantrelKeys()
+{
+    DeleteRegTree(HKEY_CURRENT_USER, CompanyKey);
+    DeleteRegTree(HKEY_LOCAL_MACHINE, CompanyKey);
+}
+
+Watcher NonStandardBoxWatcher()
+{
+    return [](const Window& w) { return IsNonStandardBox(w) ? Answer::Press(IDOK) : Answer::Press(-1); };
+}
+
+bool ReadRegString(HKEY root, const std::string& key, const std::string& name, std::string& value)
+{
+    char data[4096] = {0};
+    DWORD size = sizeof data - 1;
+    if (::RegGetValueA(root, key.c_str(), name.c_str(), RRF_RT_REG_SZ, nullptr, data, &size) != ERROR_SUCCESS)
+        return false;
+    value = data;
+    return true;
+}
+
+std::vector<std::string> RegValueNames(HKEY root, const std::string& key)
+{
+    std::vector<std::string> names;
+    HKEY hkey = nullptr;
+    if (::RegOpenKeyExA(root, key.c_str(), 0, KEY_READ, &hkey) != ERROR_SUCCESS)
+        return names;
+    for (DWORD i = 0;; ++i) {
+        char name[256] = {0};
+        DWORD size = sizeof name;
+        if (::RegEnumValueA(hkey, i, name, &size, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            break;
+        names.push_back(name);
+    }
+    ::RegCloseKey(hkey);
+    return names;
+}
+
+bool RegKeyExists(HKEY root, const std::string& key)
+{
+    HKEY hkey = nullptr;
+    if (::RegOpenKeyExA(root, key.c_str(), 0, KEY_READ, &hkey) != ERROR_SUCCESS)
+        return false;
+    ::RegCloseKey(hkey);
+    return true;
+}
+
+bool HasText(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+std::string LoggedURL(const std::string& log)
+{
+    const std::string head = "URL = \"";
+    std::size_t start = log.find(head);
+    if (start == std::string::npos)
+        return "";
+    start += head.size();
+    std::size_t end = log.find("\".", start);
+    return end == std::string::npos ? "" : log.substr(start, end - start);
+}
+
+std::string PortFromEnvironment(const char* variable, const std::string& name)
+{
+    const char* ports = std::getenv(variable);
+    std::string list = ports ? "," + std::string(ports) + "," : "";
+    std::size_t at = list.find("," + name + "=");
+    if (at == std::string::npos)
+        return "";
+    std::size_t start = at + name.size() + 2;
+    return list.substr(start, list.find(',', start) - start);
+}
+
+std::string StatusFailureLine(const char* name, unsigned long word, const char* step)
+{
+    char line[256];
+    std::snprintf(line, sizeof line, "Failure (%s, 0x%08lX): %s", name, word, step);
+    return line;
+}
+
+void CleanRunTest::SetUp()
+{
+    DeleteFileIfAny(LogPath());
+    CleanVantrelKeys();
+}
+
+void VersionServerTest::SetUp()
+{
+    ASSERT_TRUE(mServer.IsListening());
+    CleanRunTest::SetUp();
+    PointAt(ServerHost());
+}
+
+std::string VersionServerTest::ServerHost() const { return "127.0.0.1:" + std::to_string(mServer.Port()); }
+
+void VersionServerTest::PointAt(const std::string& host)
+{
+    // The per-user product key is read last, so it beats every other source of VersionDomain.
+    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "VersionDomain", host));
+}
+
+RunResult VersionServerTest::Run(const std::string& args, DWORD timeoutMs)
+{
+    return RunUpdateWatch(args, NonStandardBoxWatcher(), timeoutMs);
+}
+
+OrnTest::HttpRequest VersionServerTest::OnlyRequest() const
+{
+    std::vector<OrnTest::HttpRequest> requests = mServer.Requests();
+    EXPECT_EQ(requests.size(), 1u) << "requests received";
+    return requests.empty() ? OrnTest::HttpRequest() : requests.front();
 }
 
 } // namespace E2E

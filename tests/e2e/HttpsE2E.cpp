@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "ServerE2ESupport.h"
+#include "E2ESupport.h"
 
 using namespace E2E;
 
@@ -61,15 +61,8 @@ std::string ServerHost(const std::string& name)
     return port.empty() ? "" : "localhost:" + port;
 }
 
-class HttpsE2E : public ::testing::Test {
+class HttpsE2E : public CleanRunTest {
 protected:
-    void SetUp() override
-    {
-        DeleteFileIfAny(LogPath());
-        CleanVantrelKeys();
-    }
-    void TearDown() override { CleanVantrelKeys(); }
-
     // One version check over the scheme against the named server.
     RunResult Check(const std::string& scheme, const std::string& server)
     {
@@ -120,8 +113,7 @@ TEST_F(HttpsE2E, RefusedChecksSayWhy)
          "Unknown VersionScheme (ftp): only \"http\" and \"https\" are known.\r\n"},
     };
     for (const Row& row : rows) {
-        DeleteFileIfAny(LogPath());
-        CleanVantrelKeys();
+        CleanRunTest::SetUp();
         RunResult r = Check(row.scheme, row.server);
         EXPECT_EQ(r.exitCode, 3u) << row.server;
         std::string log = ReadFile(LogPath());

@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-#include "ServerE2ESupport.h"
+#include "E2ESupport.h"
 
 using namespace E2E;
 
@@ -19,20 +19,18 @@ std::string Environment(const char* name)
     return value ? value : "";
 }
 
-class SignedReplyE2E : public ::testing::Test {
+class SignedReplyE2E : public CleanRunTest {
 protected:
     void SetUp() override
     {
         ASSERT_FALSE(Environment("ORN_REPLY_KEY").empty()) << "run through ctest, which starts the servers";
-        CleanVantrelKeys();
+        CleanRunTest::SetUp();
     }
-    void TearDown() override { CleanVantrelKeys(); }
 
     // One check against the named server with that ReplyKey (none when empty); the log.
     std::string Check(const std::string& server, const std::string& key, DWORD& exitCode)
     {
-        DeleteFileIfAny(LogPath());
-        CleanVantrelKeys();
+        CleanRunTest::SetUp();
         EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "VersionDomain",
                                  "127.0.0.1:" + PortFromEnvironment("ORN_SIGNED_PORTS", server)));
         if (!key.empty()) {

@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
+#include <ctime>
+#include <regex>
+#include <sstream>
+#include <utility>
 
-#include "ServerE2ESupport.h"
+#include "E2ESupport.h"
 
 using namespace E2E;
 using OrnTest::HttpAnswer;
@@ -15,63 +18,45 @@ namespace {
 
 const char cCheckArgs[] = "-s -v \"EqTotal=3 PagesTotal=12\"";
 
+// The name/value pairs of a query in their order, as sent: every value the check sends is plain enough to need no
+// escape, so one that arrives escaped fails its comparison.
+using QueryPairs = std::vector<std::pair<std::string, std::string>>;
+
+QueryPairs SplitQuery(const std::string& query)
+{
+    QueryPairs pairs;
+    std::istringstream in(query);
+    for (std::string pair; std::getline(in, pair, '&');) {
+        std::size_t eq = pair.find('=');
+        pairs.emplace_back(pair.substr(0, eq), eq == std::string::npos ? "" : pair.substr(eq + 1));
+    }
+    return pairs;
+}
+
 class VersionCheckE2E : public VersionServerTest {
 protected:
     // One check; the parameters the server received.
-    QueryPairs CheckOnce(const std::string& args = cCheckArgs)
+    QueryPairs CheckOnce()
     {
         std::size_t before = mServer.Requests().size();
-        RunResult r = Run(args);
-        EXPECT_EQ(r.exitCode, 0u) << args;
+        EXPECT_EQ(Run(cCheckArgs).exitCode, 0u);
         std::vector<HttpRequest> requests = mServer.Requests();
-        EXPECT_EQ(requests.size(), before + 1) << args;
+        EXPECT_EQ(requests.size(), before + 1);
         return requests.size() > before ? SplitQuery(requests.back().query) : QueryPairs();
     }
-    std::string Param(const QueryPairs& pairs, const std::string& name)
-    {
-        std::string value;
-        EXPECT_TRUE(FindQueryValue(pairs, name, value)) << name << " not sent";
-        return value;
-    }
-    // The values that depend on the machine, checked for their form only.
-    void ExpectMachineFactForms(const QueryPairs& pairs);
 };
 
-bool AllOf(const std::string& text, int (*isClass)(int))
+// The value of the first parameter of that name.
+std::string Param(const QueryPairs& pairs, const std::string& name)
 {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [isClass](char c) {
-               return isClass(static_cast<unsigned char>(c)) != 0;
-           });
+    for (const auto& pair : pairs)
+        if (pair.first == name)
+            return pair.second;
+    ADD_FAILURE() << name << " not sent";
+    return "";
 }
 
-// Decimal numbers joined by dots, as many as given.
-bool IsDotted(const std::string& text, int numbers)
-{
-    std::size_t start = 0;
-    for (int i = 0; i < numbers; ++i) {
-        std::size_t dot = text.find('.', start);
-        bool last = i == numbers - 1;
-        if (last != (dot == std::string::npos))
-            return false;
-        if (!AllOf(text.substr(start, last ? std::string::npos : dot - start), isdigit))
-            return false;
-        start = dot + 1;
-    }
-    return true;
-}
-
-std::string Seconds(long long offset) { return std::to_string(NowSeconds() + offset); }
-
-void VersionCheckE2E::ExpectMachineFactForms(const QueryPairs& pairs)
-{
-    EXPECT_TRUE(IsDotted(Param(pairs, "VR_ProdVer"), 4)) << Param(pairs, "VR_ProdVer");
-    EXPECT_TRUE(IsDotted(Param(pairs, "VR_OSVer"), 2)) << Param(pairs, "VR_OSVer");
-    std::string bits = Param(pairs, "VR_OSBits");
-    EXPECT_TRUE(bits == "32" || bits == "64") << bits;
-    std::string mac = Param(pairs, "VR_MACAddr");
-    EXPECT_TRUE(mac == "none" || (mac.size() == 12 && AllOf(mac, isxdigit))) << mac;
-    EXPECT_FALSE(Param(pairs, "VR_OSLang").empty());
-}
+bool Matches(const std::string& text, const char* pattern) { return std::regex_match(text, std::regex(pattern)); }
 
 } // namespace
 
@@ -81,22 +66,32 @@ TEST_F(VersionCheckE2E, FullRequestAndStoredReply)
     mServer.Enqueue(HttpAnswer::Page("<html><body>[START]\r\nset $greeting, \"hello world\";\r\n"
                                      "set ShowTips, \"0\";\r\n[END]</body></html>"));
 
-    RunResult r = Run(cCheckArgs);
+    bool requestWhileBoxOpen = false;
+    RunResult r = RunUpdateWatch("-s -verbose -v \"EqTotal=3 PagesTotal=12\"", [&](const Window& w) {
+        requestWhileBoxOpen = mServer.WaitForRequests(1, 10000);
+        return NonStandardBoxWatcher()(w);
+    });
     EXPECT_EQ(r.exitCode, 0u);
-    EXPECT_EQ(CountNonStandardBoxes(r), 1);
+    EXPECT_EQ(std::count_if(r.windows.begin(), r.windows.end(), IsNonStandardBox), 1) << "shown even with -s";
+    EXPECT_TRUE(requestWhileBoxOpen) << "the read starts before the box";
     std::string log = Log();
     EXPECT_TRUE(HasText(log, "Success: Version check\r\n")) << log;
 
     HttpRequest request = OnlyRequest();
+    // The verbose sections: what the product asked for, the URL as sent, and the reply script.
+    const std::string url = "http://" + ServerHost() + request.path + "?" + request.query;
+    EXPECT_TRUE(HasText(log, "Start: Dump of app-specific version request parameters {\r\n\tEqTotal\t=\t\"3\"\r\n"
+                             "\tPagesTotal\t=\t\"12\"\r\n\tNotify\t=\t\"X\"\r\n} End: Dump of app-specific"))
+        << log;
+    EXPECT_TRUE(HasText(log, "Start: URL info {\r\n\tURL = \"" + url + "\".\r\n\tURL length = " +
+                                 std::to_string(url.size()) + ".\r\n\tURL (unescaped) = \"http://"))
+        << log;
+    EXPECT_TRUE(HasText(log, "Start: Script {\r\n")) << log;
+    EXPECT_TRUE(HasText(log, "\tset $greeting, \"hello world\";\r\n\tset ShowTips, \"0\";\r\n")) << log;
     EXPECT_EQ(request.method, "GET");
-    EXPECT_EQ(request.path, VersionRequestPath);
+    EXPECT_EQ(request.path, "/updatewatch/updatewatch.aspx");
+    // The order of the parameters is UpdateWatcherTest's full request; that of the job's own, -over's row below.
     QueryPairs pairs = SplitQuery(request.query);
-    const std::vector<std::string> order = {
-        "EqTotal",     "PagesTotal", "Notify",   "VR_ShowTips", "VR_LastUW", "VR_LastTip", "VR_AutoUW",
-        "VR_MachTime", "VR_UserTime", "VR_Random", "VR_MACAddr", "VR_OS",     "VR_OSVer",   "VR_OSLang",
-        "VR_OSBits",   "VR_Product", "VR_ProdLang", "VR_ProdVer", "VR_Vendor"};
-    EXPECT_EQ(QueryNames(pairs), order) << request.query;
-
     struct Row {
         const char* name;
         const char* value;
@@ -106,7 +101,11 @@ TEST_F(VersionCheckE2E, FullRequestAndStoredReply)
                          {"VR_Product", "NBW"}, {"VR_ProdLang", "EN"}, {"VR_Vendor", "VRL"}};
     for (const Row& row : fixed)
         EXPECT_EQ(Param(pairs, row.name), row.value) << row.name;
-    ExpectMachineFactForms(pairs);
+    // The values that depend on the machine, checked for their form only.
+    const Row forms[] = {{"VR_ProdVer", "[0-9]+(\\.[0-9]+){3}"}, {"VR_OSVer", "[0-9]+\\.[0-9]+"},
+                         {"VR_OSBits", "32|64"}, {"VR_MACAddr", "none|[0-9A-Fa-f]{12}"}, {"VR_OSLang", ".+"}};
+    for (const Row& row : forms)
+        EXPECT_TRUE(Matches(Param(pairs, row.name), row.value)) << row.name << " = " << Param(pairs, row.name);
     EXPECT_FALSE(HasText(request.query, "ERROR")) << request.query;
 
     std::vector<std::string> stored = RegValueNames(HKEY_CURRENT_USER, ReplyKey);
@@ -141,56 +140,15 @@ TEST_F(VersionCheckE2E, ReplyThatCannotBeStoredStillEndsTheCheckWell)
     EXPECT_TRUE(HasText(log, "Success: Version check\r\n")) << log;
 }
 
-TEST_F(VersionCheckE2E, TestParametersFollowTheCoreOnes)
+// The user's time is fixed by the first check and repeated; the machine's identity is read but never written.
+// That stored machine values are sent again is UpdateWatcherIdentity's table, through the same key reader.
+TEST_F(VersionCheckE2E, IdentityIsKeptInTheRegistry)
 {
-    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "UWServerTestVer", "5"));
-    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "UWServerScriptId", "script 7"));
-    QueryPairs pairs = CheckOnce();
-    std::vector<std::string> names = QueryNames(pairs);
-    ASSERT_GE(names.size(), 3u);
-    EXPECT_EQ(std::vector<std::string>(names.end() - 3, names.end()),
-              (std::vector<std::string>{"VR_Vendor", "VR_TestVer", "VR_TestScript"}));
-    EXPECT_EQ(Param(pairs, "VR_TestVer"), "5");
-    EXPECT_EQ(Param(pairs, "VR_TestScript"), "script 7");
-}
-
-TEST_F(VersionCheckE2E, LastCheckAndTipComeFromTheRegistry)
-{
-    struct Row {
-        const char* name;
-        std::string lastUpdateWatch; // "" for none
-        const char* lastTip;         // null for none
-        const char* lastUW;
-        const char* sentTip;
-    };
-    const Row rows[] = {
-        {"never checked", "", nullptr, "-1", "-1"},
-        {"36 hours ago", Seconds(-36 * 3600), "7", "1", "7"},
-        {"ten days ago", Seconds(-(10 * 86400 + 3600)), "0", "10", "0"},
-        {"in the future: truncated toward zero", Seconds(3 * 86400 + 12 * 3600), nullptr, "-3", "-1"},
-    };
-    for (const Row& row : rows) {
-        DeleteRegTree(HKEY_CURRENT_USER, CompanyKey);
-        PointAt(ServerHost());
-        if (!row.lastUpdateWatch.empty()) {
-            ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "LastUpdateWatch", row.lastUpdateWatch));
-        }
-        if (row.lastTip) {
-            ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "LastTip", row.lastTip));
-        }
-        QueryPairs pairs = CheckOnce();
-        EXPECT_EQ(Param(pairs, "VR_LastUW"), row.lastUW) << row.name;
-        EXPECT_EQ(Param(pairs, "VR_LastTip"), row.sentTip) << row.name;
-    }
-}
-
-TEST_F(VersionCheckE2E, UserTimeIsFixedOnTheFirstCheckAndRepeated)
-{
-    long long before = NowSeconds();
+    long long before = std::time(nullptr);
     QueryPairs first = CheckOnce();
-    long long after = NowSeconds();
+    long long after = std::time(nullptr);
     std::string userTime = Param(first, "VR_UserTime");
-    ASSERT_TRUE(AllOf(userTime, isdigit)) << userTime;
+    ASSERT_TRUE(Matches(userTime, "[0-9]+")) << userTime;
     EXPECT_GE(std::stoll(userTime), before);
     EXPECT_LE(std::stoll(userTime), after);
     std::string stored;
@@ -200,42 +158,72 @@ TEST_F(VersionCheckE2E, UserTimeIsFixedOnTheFirstCheckAndRepeated)
     EXPECT_EQ(Param(first, "VR_MachTime"), "1");
     EXPECT_FALSE(RegKeyExists(HKEY_LOCAL_MACHINE, CompanyKey)) << "a check does not create the machine key";
 
-    QueryPairs second = CheckOnce();
-    EXPECT_EQ(Param(second, "VR_UserTime"), userTime);
-}
-
-TEST_F(VersionCheckE2E, MachineIdentityIsReadButNeverWrittenByACheck)
-{
     ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "Unrelated", "keeps the key"));
-    long long before = NowSeconds();
     QueryPairs fresh = CheckOnce();
-    EXPECT_TRUE(AllOf(Param(fresh, "VR_Random"), isdigit)) << Param(fresh, "VR_Random");
+    EXPECT_EQ(Param(fresh, "VR_UserTime"), userTime);
+    EXPECT_TRUE(Matches(Param(fresh, "VR_Random"), "[0-9]+")) << Param(fresh, "VR_Random");
     std::string machTime = Param(fresh, "VR_MachTime");
-    ASSERT_TRUE(AllOf(machTime, isdigit)) << machTime;
+    ASSERT_TRUE(Matches(machTime, "[0-9]+")) << machTime;
     EXPECT_GE(std::stoll(machTime), before);
     std::string value;
     EXPECT_FALSE(ReadRegString(HKEY_LOCAL_MACHINE, CompanyKey, "Random", value)) << value;
     EXPECT_FALSE(ReadRegString(HKEY_LOCAL_MACHINE, CompanyKey, "MachTime", value)) << value;
-
-    ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "Random", "424242"));
-    ASSERT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, CompanyKey, "MachTime", "1600000000"));
-    QueryPairs stored = CheckOnce();
-    EXPECT_EQ(Param(stored, "VR_Random"), "424242");
-    EXPECT_EQ(Param(stored, "VR_MachTime"), "1600000000");
 }
 
-TEST_F(VersionCheckE2E, NonStandardBoxWaitsWhileTheRequestIsOut)
+// -over and -step, and a reply whose script fails: what the server saw, what is stored, how the check ends.
+TEST_F(VersionCheckE2E, OptionsAndFailingReplies)
 {
-    bool requestWhileBoxOpen = false;
-    int boxes = 0;
-    RunResult r = RunUpdateWatch(cCheckArgs, [&](const Window& w) {
-        if (w.caption != NonStandardCaption || w.text != NonStandardText)
+    struct Row {
+        const char* name;
+        const char* args;
+        const char* script;
+        unsigned exitCode;
+        std::vector<std::string> sent; // parts of the query
+        const char* stored;            // $r under UWResult afterwards
+        int steps;
+        const char* logged;
+    };
+    const Row rows[] = {
+        {"-over replaces in place and adds", "-s -verbose -v \"EqTotal=3 PagesTotal=12\" -over \"EqTotal=9 VR_OS=MAC\"",
+         "set $r, \"new\";", 0, {"?EqTotal=9&PagesTotal=12&Notify=X&", "&VR_OS=MAC&"}, "new", 0,
+         "Start: Dump of override version request parameters {\r\n\tEqTotal\t=\t\"9\"\r\n\tVR_OS\t=\t\"MAC\"\r\n}"},
+        {"-step asks before each command", "-s -v EqTotal=3 -step", "set $r, \"new\"; set $b, \"2\";", 0,
+         {"?EqTotal=3&Notify=X&"}, "new", 3, "Success: Version check\r\n"},
+        {"a failing script keeps the earlier reply", "-s -v EqTotal=3", "set $r, \"new\"; bogus;", 3,
+         {"?EqTotal=3&"}, "earlier", 0, "Failure: run script\r\nFailure: Version check\r\n"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        VersionServerTest::SetUp();
+        ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, ReplyKey, "$r", "earlier"));
+        std::size_t before = mServer.Requests().size();
+        mServer.Enqueue(HttpAnswer::Page("[START]" + std::string(row.script) + "[END]"));
+        int steps = 0;
+        std::vector<std::string> errors;
+        RunResult r = RunUpdateWatch(row.args, [&](const Window& w) {
+            if (IsNonStandardBox(w))
+                return Answer::Press(IDOK);
+            if (w.caption == "UpdateWatch" && HasText(w.text, "Single step:\nRemaining script:\n")) {
+                ++steps;
+                return Answer::Press(IDYES);
+            }
+            if (w.caption == "UpdateWatch" && HasText(w.text, "Script error: ")) {
+                errors.push_back(w.text);
+                return Answer::Press(IDOK);
+            }
             return Answer::Press(-1);
-        ++boxes;
-        requestWhileBoxOpen = mServer.WaitForRequests(1, 10000);
-        return Answer::Press(IDOK);
-    });
-    EXPECT_EQ(r.exitCode, 0u);
-    EXPECT_EQ(boxes, 1) << "shown even with -s";
-    EXPECT_TRUE(requestWhileBoxOpen) << "the read starts before the box";
+        });
+        EXPECT_EQ(r.exitCode, row.exitCode);
+        EXPECT_EQ(steps, row.steps);
+        EXPECT_EQ(errors.size(), row.exitCode == 0 ? 0u : 1u);
+        std::vector<HttpRequest> requests = mServer.Requests();
+        ASSERT_EQ(requests.size(), before + 1);
+        for (const std::string& part : row.sent)
+            EXPECT_TRUE(HasText("?" + requests.back().query + "&", part)) << part << " in " << requests.back().query;
+        std::string value;
+        EXPECT_TRUE(ReadRegString(HKEY_CURRENT_USER, ReplyKey, "$r", value));
+        EXPECT_EQ(value, row.stored);
+        std::string log = Log();
+        EXPECT_TRUE(HasText(log, row.logged)) << log;
+    }
 }

@@ -1,8 +1,8 @@
-// The version send (-vsend): what a parameter file puts on the wire, where the reply goes, and how each fault
-// of the server or the network ends the run.
+// The version send (-vsend): what a parameter file puts on the wire, where the reply goes, and how a failed read
+// or a file that cannot be opened ends the run.
 #include <gtest/gtest.h>
 
-#include "ServerE2ESupport.h"
+#include "E2ESupport.h"
 #include "Status.h"
 
 using namespace E2E;
@@ -16,24 +16,9 @@ const char cSmallParams[] = "EqTotal=1\r\nPagesTotal=2\r\n";
 
 class VersionSendE2E : public VersionServerTest {};
 
-// "-s -vsend PARAMS -out OUT -norun": the order in which both options are seen.
-std::string SendArgs(const TempFile& params, const TempPath& out)
-{
-    return "-s -vsend " + params.Arg() + " -out " + out.Arg() + " -norun";
-}
-
-// The log of a send that failed on the status with that name.
-void ExpectFailedSend(const std::string& log, const char* statusName, Orn::RStatus status, const std::string& row)
-{
-    EXPECT_TRUE(HasText(log, StatusFailureLine(statusName, status.Word(), "Do version check") + "\r\n"))
-        << row << "\n" << log;
-    EXPECT_TRUE(HasText(log, "Failure: Version send\r\n")) << row;
-    EXPECT_TRUE(HasText(log, "Exit code = 'exitBadUpdateWatch' (3).\r\n")) << row;
-}
-
 } // namespace
 
-TEST_F(VersionSendE2E, ParameterFileBecomesTheQueryInItsOrder)
+TEST_F(VersionSendE2E, ParameterFileBecomesTheQueryAndTheReplyIsWrittenWhole)
 {
     // CR LF line ends as a tester's editor writes them; a later line replaces an earlier value in place.
     TempFile params("uw_send_order.txt", "EqTotal=1\r\n"
@@ -46,14 +31,19 @@ TEST_F(VersionSendE2E, ParameterFileBecomesTheQueryInItsOrder)
                                          "MathZoom=\r\n"
                                          "SunJVMVer=1.8.0_25~x/y\r\n"
                                          "IEVer=11.0");
-    TempPath out("uw_send_order.out");
-    mServer.Enqueue(HttpAnswer::Page("ignored[START]ok[END]"));
+    TempFile out("uw_send_order.out");
+    // A reply without an envelope of every byte but NUL and the line ends: written whole, with CR LF.
+    std::string bytes;
+    for (int c = 1; c < 256; ++c)
+        if (c != '\n' && c != '\r')
+            bytes += static_cast<char>(c);
+    mServer.Enqueue(HttpAnswer::Page("line one\r\nline two\n" + bytes));
 
-    RunResult r = Run(SendArgs(params, out));
+    // -out before -norun: the order in which both options are seen.
+    RunResult r = Run("-s -vsend " + params.Arg() + " -out " + out.Arg() + " -norun");
     EXPECT_EQ(r.exitCode, 0u);
     HttpRequest request = OnlyRequest();
-    EXPECT_EQ(request.method, "GET");
-    EXPECT_EQ(request.path, VersionRequestPath);
+    // Method, path and the non-standard box come from the same check as -v's, whose test asserts them.
     EXPECT_EQ(request.query, "EqTotal=2&PagesTotal=7&Notify=a+b%26c%3Dd&MathZoom=&SunJVMVer=1.8.0_25%7Ex%2Fy"
                              "&IEVer=11.0")
         << "only the file's parameters, strictly form-encoded";
@@ -61,63 +51,26 @@ TEST_F(VersionSendE2E, ParameterFileBecomesTheQueryInItsOrder)
     std::string log = Log();
     EXPECT_TRUE(HasText(log, "Success: Version send\r\n")) << log;
     EXPECT_FALSE(HasText(log, "Dumping variables set by version script")) << "-norun does not run the reply";
-    EXPECT_EQ(CountNonStandardBoxes(r), 1);
+    EXPECT_TRUE(ReadFile(out.Path()) == "line one\r\nline two\r\n" + bytes);
 }
 
-TEST_F(VersionSendE2E, ReplyIsWrittenWithWindowsLineEnds)
-{
-    struct Row {
-        const char* name;
-        std::string page;
-        std::string written;
-    };
-    std::string highBytes;
-    for (int c = 1; c < 256; ++c)
-        if (c != '\n' && c != '\r')
-            highBytes += static_cast<char>(c);
-    const Row rows[] = {
-        {"envelope cut", "<html>[START]line one\r\nline two\n[END]</html>", "line one\r\nline two\r\n"},
-        {"no markers: the uncut text", "set $a, 1;\nplain\n", "set $a, 1;\r\nplain\r\n"},
-        {"start marker only", "head[START]tail\n", "tail\r\n"},
-        {"exactly the page limit", std::string(10000, 'x'), std::string(10000, 'x')},
-        {"every byte but NUL and line ends", highBytes, highBytes},
-    };
-    TempFile params("uw_send_reply.txt", cSmallParams);
-    for (const Row& row : rows) {
-        TempPath out("uw_send_reply.out");
-        DeleteFileIfAny(LogPath());
-        mServer.Enqueue(HttpAnswer::Page(row.page));
-        RunResult r = Run(SendArgs(params, out));
-        EXPECT_EQ(r.exitCode, 0u) << row.name;
-        EXPECT_TRUE(HasText(Log(), "Success: Version send\r\n")) << row.name;
-        ASSERT_TRUE(FileExists(out.Path())) << row.name;
-        EXPECT_TRUE(ReadFile(out.Path()) == row.written) << row.name;
-    }
-}
-
-TEST_F(VersionSendE2E, NorunBeforeOutHidesTheOutputOption)
-{
-    TempFile params("uw_send_norun.txt", cSmallParams);
-    TempPath out("uw_send_norun.out");
-    mServer.Enqueue(HttpAnswer::Page("[START]set $x, \"1\";[END]"));
-
-    RunResult r = Run("-s -vsend " + params.Arg() + " -norun -out " + out.Arg());
-    EXPECT_EQ(r.exitCode, 0u);
-    EXPECT_EQ(mServer.Requests().size(), 1u);
-    EXPECT_FALSE(FileExists(out.Path())) << "-out after -norun is never read";
-    std::string log = Log();
-    EXPECT_TRUE(HasText(log, "Success: Version send\r\n")) << log;
-    EXPECT_FALSE(HasText(log, "Dumping variables set by version script")) << log;
-}
-
+// -step asks before each command of the reply, as the other jobs do.
 TEST_F(VersionSendE2E, WithoutNorunTheReplyRunsAndIsDumpedButNotStored)
 {
     TempFile params("uw_send_run.txt", cSmallParams);
-    TempPath out("uw_send_run.out");
+    TempFile out("uw_send_run.out");
     mServer.Enqueue(HttpAnswer::Page("[START]set $answer, \"42\";[END]"));
 
-    RunResult r = Run("-s -vsend " + params.Arg() + " -out " + out.Arg());
+    std::vector<std::string> steps;
+    RunResult r = RunUpdateWatch("-s -vsend " + params.Arg() + " -out " + out.Arg() + " -step", [&](const Window& w) {
+        if (IsNonStandardBox(w))
+            return Answer::Press(IDOK);
+        steps.push_back(w.text);
+        return Answer::Press(w.caption == "UpdateWatch" ? IDYES : -1);
+    });
     EXPECT_EQ(r.exitCode, 0u);
+    ASSERT_FALSE(steps.empty());
+    EXPECT_EQ(steps[0], "Single step:\nRemaining script:\nset $answer, \"42\";\nDo you want to continue?");
     std::string log = Log();
     EXPECT_TRUE(HasText(log, "Start: Dumping variables set by version script {\r\n")) << log;
     EXPECT_TRUE(HasText(log, "$answer\t=\t\"42\"\r\n")) << log;
@@ -126,103 +79,51 @@ TEST_F(VersionSendE2E, WithoutNorunTheReplyRunsAndIsDumpedButNotStored)
     EXPECT_FALSE(RegKeyExists(HKEY_CURRENT_USER, ReplyKey)) << "only the version check stores a reply";
 }
 
-TEST_F(VersionSendE2E, LongURLsGoAsPOSTWithTheQueryAsBody)
-{
-    struct Row {
-        std::size_t urlLength;
-        const char* method;
-    };
-    const Row rows[] = {{2000, "GET"}, {2001, "POST"}, {2600, "POST"}};
-    const std::string prefix = "http://" + ServerHost() + VersionRequestPath + "?SunJVMVer=";
-    std::size_t requestsBefore = 0;
-    for (const Row& row : rows) {
-        std::string value(row.urlLength - prefix.size(), 'v');
-        TempFile params("uw_send_long.txt", "SunJVMVer=" + value + "\r\n");
-        TempPath out("uw_send_long.out");
-        RunResult r = Run(SendArgs(params, out));
-        EXPECT_EQ(r.exitCode, 0u) << row.urlLength;
-
-        std::vector<HttpRequest> requests = mServer.Requests();
-        ASSERT_EQ(requests.size(), ++requestsBefore) << row.urlLength;
-        const HttpRequest& request = requests.back();
-        EXPECT_EQ(request.method, row.method) << row.urlLength;
-        EXPECT_EQ(request.path, VersionRequestPath) << row.urlLength;
-        const std::string& sent = request.method == "POST" ? request.body : request.query;
-        EXPECT_TRUE(sent == "SunJVMVer=" + value) << row.urlLength << ": " << request.method;
-        if (request.method == "POST") {
-            EXPECT_EQ(request.query, "") << row.urlLength;
-            EXPECT_EQ(request.Header("Content-Type"), "application/x-www-form-urlencoded") << row.urlLength;
-        }
-    }
-}
-
-TEST_F(VersionSendE2E, FaultsEndTheSendWithTheirStatus)
+// How the options, the parameters and the server's answer decide a send's end; OUT in the options stands for the
+// output path. How each answer reads is the page reader's own table; here how the program reports a failed read.
+TEST_F(VersionSendE2E, OptionsParametersAndAnswerDecideTheEnd)
 {
     struct Row {
         const char* name;
-        HttpAnswer answer;
-        const char* statusName;
-        Orn::RStatus status;
+        const char* params;
+        const char* options;
+        const char* out;
+        int httpStatus;
+        unsigned exitCode;
+        std::size_t requests;
+        std::string logged;
+        const char* absent;
     };
-    std::string garbage(300, '\0');
-    for (std::size_t i = 0; i < garbage.size(); ++i)
-        garbage[i] = static_cast<char>((i * 37 + 11) & 0xFF);
     const Row rows[] = {
-        {"404", HttpAnswer::Page("gone", 404), "E_NotFound", Orn::E_NotFound},
-        {"500", HttpAnswer::Page("[START]set $a, 1;[END]", 500), "E_InternetBadHTTPStatus",
-         Orn::E_InternetBadHTTPStatus},
-        {"redirect", HttpAnswer::Redirect(mServer.Url(VersionRequestPath)), "E_InternetBadHTTPStatus",
-         Orn::E_InternetBadHTTPStatus},
-        {"one byte over the limit", HttpAnswer::Oversized(10001), "E_TooMuchData", Orn::E_TooMuchData},
-        {"binary with NUL", HttpAnswer::Page(garbage, 200, "application/octet-stream"), "E_InternetResourceNotText",
-         Orn::E_InternetResourceNotText},
-        {"reset mid-body", HttpAnswer::ResetMidBody(std::string(4000, 'r'), 1000), "Failure", Orn::Failure},
-        {"closed mid-body", HttpAnswer::CloseMidBody(std::string(4000, 'c'), 1000), "Failure", Orn::Failure},
-        {"closed without an answer", HttpAnswer::CloseWithoutAnswer(), "Failure", Orn::Failure},
+        {"-out after -norun is never read", cSmallParams, " -norun -out OUT", "uw_send.out", 200, 0, 1,
+         "Success: Version send\r\n", "Dumping variables set by version script"},
+        {"an output file that cannot be made is not reported", cSmallParams, " -out OUT -norun",
+         "uw_no_such_dir\\reply.txt", 200, 0, 1, "Exit code = 'exitOk' (0).\r\n", "Failure: Version send"},
+        {"an unknown name is an assertion, which ends the program on the spot", "Bogus=1\r\n", " -norun",
+         "uw_send.out", 200, 1, 0, "Nimbra log started (", "Nimbra log ends"},
+        {"a failed read writes no reply", cSmallParams, " -out OUT -norun", "uw_send.out", 500, 3, 1,
+         StatusFailureLine("E_InternetBadHTTPStatus", Orn::E_InternetBadHTTPStatus.Word(), "Do version check"),
+         "Success: Version send"},
     };
-    TempFile params("uw_send_fault.txt", cSmallParams);
-    std::size_t requests = 0;
     for (const Row& row : rows) {
-        TempPath out("uw_send_fault.out");
+        SCOPED_TRACE(row.name);
+        TempFile params("uw_send_params.txt", row.params);
+        TempFile out(row.out);
+        std::string options = row.options;
+        std::size_t at = options.find("OUT");
+        if (at != std::string::npos)
+            options.replace(at, 3, out.Arg());
+        std::size_t before = mServer.Requests().size();
         DeleteFileIfAny(LogPath());
-        mServer.Enqueue(row.answer);
-        RunResult r = Run(SendArgs(params, out));
-        EXPECT_EQ(r.exitCode, 3u) << row.name;
-        EXPECT_EQ(mServer.Requests().size(), ++requests) << row.name << ": exactly one request, nothing followed";
-        ExpectFailedSend(Log(), row.statusName, row.status, row.name);
-        EXPECT_FALSE(FileExists(out.Path())) << row.name << ": a failed send writes no reply";
-        EXPECT_EQ(CountNonStandardBoxes(r), 1) << row.name;
+        mServer.SetDefault(HttpAnswer::Page("[START]set $x, \"1\";[END]", row.httpStatus));
+        RunResult r = Run("-s -vsend " + params.Arg() + options);
+        EXPECT_EQ(r.exitCode, row.exitCode);
+        EXPECT_EQ(mServer.Requests().size(), before + row.requests) << "nothing is fetched twice";
+        EXPECT_FALSE(FileExists(out.Path()));
+        std::string log = Log();
+        EXPECT_TRUE(HasText(log, row.logged)) << log;
+        EXPECT_FALSE(HasText(log, row.absent)) << log;
     }
-}
-
-TEST_F(VersionSendE2E, RefusedConnectionFails)
-{
-    unsigned short deadPort = 0;
-    {
-        OrnTest::TestHttpServer gone;
-        deadPort = gone.Port();
-    }
-    PointAt("127.0.0.1:" + std::to_string(deadPort));
-    TempFile params("uw_send_refused.txt", cSmallParams);
-    TempPath out("uw_send_refused.out");
-
-    RunResult r = Run(SendArgs(params, out));
-    EXPECT_EQ(r.exitCode, 3u);
-    ExpectFailedSend(Log(), "Failure", Orn::Failure, "refused");
-    EXPECT_FALSE(FileExists(out.Path()));
-}
-
-TEST_F(VersionSendE2E, SilentServerTimesOut)
-{
-    mServer.Enqueue(HttpAnswer::NeverAnswer());
-    TempFile params("uw_send_silent.txt", cSmallParams);
-    TempPath out("uw_send_silent.out");
-
-    RunResult r = Run(SendArgs(params, out), 90000);
-    EXPECT_FALSE(r.timedOut);
-    EXPECT_EQ(r.exitCode, 3u);
-    EXPECT_EQ(mServer.Requests().size(), 1u);
-    ExpectFailedSend(Log(), "E_Timeout", Orn::E_Timeout, "never answers");
 }
 
 TEST_F(VersionSendE2E, UnopenableParameterFileFailsWithoutARequest)
@@ -233,10 +134,9 @@ TEST_F(VersionSendE2E, UnopenableParameterFileFailsWithoutARequest)
         std::size_t boxes;
         std::size_t longer; // a path longer than one formatted log line may be
     };
-    const Row rows[] = {{"-s ", "MessageDialog (suppressed due to -s option):\r\n", 0, 0},
-                        {"", "MessageDialog: displayed\r\n", 1, 0},
+    const Row rows[] = {{"", "MessageDialog: displayed\r\n", 1, 0},
                         {"-s ", "MessageDialog (suppressed due to -s option):\r\n", 0, 2500}};
-    TempPath missing("uw_send_missing_params.txt");
+    TempFile missing("uw_send_missing_params.txt");
     for (const Row& row : rows) {
         const std::string path = missing.Path() + std::string(row.longer, 'x');
         const std::string message = "Can't open version params file (" + path + ").";

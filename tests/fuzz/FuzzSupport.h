@@ -38,11 +38,8 @@ inline void Quiet(const char*) {}
 inline void ExpectAssertions(std::initializer_list<const char*> expected)
 {
     Orn::SetDebugOutputHook(Quiet);
-    if (!gExpected.empty() || expected.size() == 0) {
-        Orn::SetAssertHook(OnAssert);
-        return;
-    }
-    gExpected.assign(expected.begin(), expected.end());
+    if (gExpected.empty())
+        gExpected.assign(expected.begin(), expected.end());
     Orn::SetAssertHook(OnAssert);
 }
 

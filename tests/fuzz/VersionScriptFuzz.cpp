@@ -1,41 +1,16 @@
-// libFuzzer target: arbitrary bytes run as a reply script, with dialogs that press buttons the input chooses.
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <vector>
+// libFuzzer target: arbitrary bytes run as a reply script through the interpreter as the tools run it (the
+// program's settable names, dialog rules and open_new policy), pressing the buttons the input chooses.
+#include <string>
 
-#include "Debug.h"
-#include "ShellOpen.h"
-#include "VarList.h"
-#include "VersionScript.h"
+#include "FuzzSupport.h"
+#include "ToolInterpreter.h"
 
 using namespace Orn;
+using FuzzSupport::Fail;
 
 namespace {
 
 constexpr int cMaxSteps = 1000;
-const char* const cSettable[] = {"DoUpdateWatchs", "UpdateWatchMenuItem", "UpdateWatchFreq", "ShowTips",
-                                 "ShowTipsMenuItem", "SplashScreen", "CommandMenu", "LastTip", nullptr};
-
-[[noreturn]] void Fail(const char* what, const char* detail)
-{
-    std::fprintf(stderr, "version script fuzz: %s: %s\n", what, detail);
-    std::abort();
-}
-
-// A script may trip these by design (an unnamed token kind in a message, a button labelled "next"); any other
-// assertion is a fault of the interpreter.
-void OnAssert(const char* expr, const char*, Int)
-{
-    if (!Str::Equal(expr, "unknown tokenType") && !Str::Equal(expr, "! Str::Equal(label,\"next\")"))
-        Fail("assertion", expr);
-}
-
-void OnShellOpen(const char* url)
-{
-    if (!url)
-        Fail("shell open", "null URL");
-}
 
 // Picks choices from the input bytes, round and round, so every run of one input goes the same way.
 class CChoices {
@@ -56,76 +31,29 @@ private:
     size_t mPos = 0;
 };
 
-class CFuzzInterpreter;
-
-// Keeps up to three buttons and one checkbox, and presses a button (or closes) as the input chooses.
-class CFuzzDialog final : public IUpdateWatchDialog {
+// Single steps, so that a script that loops ends after a number of them.
+class CFuzzInterpreter : public CToolInterpreter {
 public:
-    CFuzzDialog(CFuzzInterpreter& interp, unsigned choice) : mInterp(interp), mChoice(choice) {}
-    void SetTexts(const char*, const char*) override {}
-    void SetWidth(Int) override {}
-    bool AddCheckbox(const char*, const char* varName, bool negate, CString& error) override
-    {
-        if (!mVar.IsEmpty()) {
-            error = "only one checkbox allowed";
-            return false;
-        }
-        mVar = varName;
-        mNegate = negate;
-        return true;
-    }
-    bool AddButton(const char*, const char* label, bool, bool, CString& error) override
-    {
-        if (mCount == 3) {
-            error = "too many buttons";
-            return false;
-        }
-        mLabels[mCount++] = label;
-        return true;
-    }
-    bool Run() override;
-    void Release() override { delete this; }
-
-private:
-    CFuzzInterpreter& mInterp;
-    unsigned mChoice;
-    CString mVar;
-    bool mNegate = false;
-    CString mLabels[3];
-    int mCount = 0;
-};
-
-class CFuzzInterpreter : public CVersionScriptInterpreter {
-public:
-    explicit CFuzzInterpreter(CChoices& choices) : CVersionScriptInterpreter(true), mChoices(choices) {}
-    int Reports() const { return mReports; }
+    explicit CFuzzInterpreter(CChoices& choices) : CToolInterpreter(true), mChoices(choices) {}
 
 protected:
-    IUpdateWatchDialog* NewDialog() override { return new CFuzzDialog(*this, mChoices.Next()); }
-    bool CheckURL(const char* url) override { return Str::Length(url) % 3 != 0; }
-    const char* const* SettableVariableNames() override { return cSettable; }
+    // A button, or the close box (the close button's slot), and the checkbox as the input chooses.
+    void ShowDialog(CToolDialog& dlg) override
+    {
+        unsigned choice = mChoices.Next();
+        dlg.Press(choice % 4 == 3 ? dlg.CloseButton() : static_cast<Int>(choice % 4), ((choice >> 2) & 1) != 0);
+    }
     bool ConfirmStep(const char* step) override
     {
         if (Str::Length(step) > 18 + 20)
             Fail("step text too long", step);
         return ++mSteps <= cMaxSteps;
     }
-    void ReportError(const char*) override { ++mReports; }
 
 private:
     CChoices& mChoices;
     int mSteps = 0;
-    int mReports = 0;
 };
-
-bool CFuzzDialog::Run()
-{
-    unsigned press = mChoice % 4; // 3 is the close box: slot 0, as the reply dialog does
-    mInterp.Jump(press < unsigned(mCount) ? mLabels[press].Chars() : "");
-    if (!mVar.IsEmpty())
-        mInterp.SetVariable(mVar, ((mChoice >> 2) & 1) != mNegate ? "1" : "0");
-    return true;
-}
 
 // Every reply variable must hold the same value in GlobalVars, as `set` writes both.
 class CReplyChecker : public CVarList::CVisitor {
@@ -146,24 +74,25 @@ void SeedGlobals()
     GlobalVars.Set("ShowTips", "1");
     GlobalVars.Set("Count", "-12");
     GlobalVars.Set("Path", "(VersionDomain)/x");
+    GlobalVars.Set("OpenURLPolicy", "web");
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size)
 {
-    static const bool hooked = (SetAssertHook(OnAssert), SetShellOpenHook(OnShellOpen), true);
-    (void)hooked;
-    std::vector<char> script(data, data + size);
-    script.push_back(0);
     SeedGlobals();
-    CVarList reply;
     CChoices choices(data, size);
     CFuzzInterpreter interp(choices);
-    bool ok = interp.Run(script.data(), &reply);
-    if (ok != (interp.Reports() == 0) || interp.Reports() > 1)
-        Fail("result and reports disagree", ok ? "true" : "false");
+    bool ok = interp.RunScript(std::string(reinterpret_cast<const char*>(data), size));
+    if (ok == interp.HasError())
+        Fail("result and report disagree", ok ? "true" : "false");
+    // A script may trip these by design: an unnamed token kind in a message, a button labelled "next".
+    for (const CToolInterpreter::CEvent& assertion : interp.Assertions()) {
+        if (assertion.message != "unknown tokenType" && assertion.message != "! Str::Equal(label,\"next\")")
+            Fail("assertion", assertion.message.c_str());
+    }
     CReplyChecker checker;
-    reply.Visit(checker);
+    interp.ReplyVars().Visit(checker);
     return 0;
 }

@@ -36,18 +36,6 @@ std::string Trim(const std::string& s)
     return first == std::string::npos ? std::string() : s.substr(first, last - first + 1);
 }
 
-const char* ReasonPhrase(int status)
-{
-    switch (status) {
-    case 200: return "OK";
-    case 301: return "Moved Permanently";
-    case 302: return "Found";
-    case 404: return "Not Found";
-    case 500: return "Internal Server Error";
-    default: return "Status";
-    }
-}
-
 // Owns one socket.
 class Socket {
 public:
@@ -130,7 +118,8 @@ bool ParseRequestHead(const std::string& head, HttpRequest& request)
 
 std::string ResponseHead(const HttpAnswer& answer)
 {
-    std::string head = "HTTP/1.1 " + std::to_string(answer.status) + " " + ReasonPhrase(answer.status) + "\r\n";
+    // The reason phrase is free text that no reader looks at.
+    std::string head = "HTTP/1.1 " + std::to_string(answer.status) + " Status\r\n";
     if (!answer.contentType.empty())
         head += "Content-Type: " + answer.contentType + "\r\n";
     if (answer.sendLength)
@@ -139,6 +128,15 @@ std::string ResponseHead(const HttpAnswer& answer)
     for (const auto& header : answer.headers)
         head += header.first + ": " + header.second + "\r\n";
     return head + "\r\n";
+}
+
+// A page answered as the kind says: cut after sentBytes of the body where the kind cuts it.
+HttpAnswer OfKind(HttpAnswer::Kind kind, std::string body = std::string(), std::size_t sentBytes = 0)
+{
+    HttpAnswer answer = HttpAnswer::Page(std::move(body));
+    answer.kind = kind;
+    answer.cutAfter = sentBytes;
+    return answer;
 }
 
 } // namespace
@@ -160,47 +158,26 @@ HttpAnswer HttpAnswer::Page(std::string body, int status, std::string contentTyp
     return answer;
 }
 
-HttpAnswer HttpAnswer::Redirect(const std::string& location, int status)
+HttpAnswer HttpAnswer::Redirect(const std::string& location)
 {
-    return Page("", status).Header("Location", location);
-}
-
-HttpAnswer HttpAnswer::Oversized(std::size_t bytes, char fill) { return Page(std::string(bytes, fill)); }
-
-HttpAnswer HttpAnswer::CloseWithoutAnswer()
-{
-    HttpAnswer answer;
-    answer.kind = Kind::CloseWithoutAnswer;
+    HttpAnswer answer = Page("", 302);
+    answer.headers.emplace_back("Location", location);
     return answer;
 }
+
+HttpAnswer HttpAnswer::CloseWithoutAnswer() { return OfKind(Kind::CloseWithoutAnswer); }
 
 HttpAnswer HttpAnswer::ResetMidBody(std::string body, std::size_t sentBytes)
 {
-    HttpAnswer answer = Page(std::move(body));
-    answer.kind = Kind::ResetMidBody;
-    answer.cutAfter = sentBytes;
-    return answer;
+    return OfKind(Kind::ResetMidBody, std::move(body), sentBytes);
 }
 
 HttpAnswer HttpAnswer::CloseMidBody(std::string body, std::size_t sentBytes)
 {
-    HttpAnswer answer = ResetMidBody(std::move(body), sentBytes);
-    answer.kind = Kind::CloseMidBody;
-    return answer;
+    return OfKind(Kind::CloseMidBody, std::move(body), sentBytes);
 }
 
-HttpAnswer HttpAnswer::NeverAnswer()
-{
-    HttpAnswer answer;
-    answer.kind = Kind::NeverAnswer;
-    return answer;
-}
-
-HttpAnswer& HttpAnswer::Delay(unsigned ms)
-{
-    delayMs = ms;
-    return *this;
-}
+HttpAnswer HttpAnswer::NeverAnswer() { return OfKind(Kind::NeverAnswer); }
 
 HttpAnswer& HttpAnswer::Drip(std::size_t bytes, unsigned everyMs)
 {
@@ -212,12 +189,6 @@ HttpAnswer& HttpAnswer::Drip(std::size_t bytes, unsigned everyMs)
 HttpAnswer& HttpAnswer::WithoutLength()
 {
     sendLength = false;
-    return *this;
-}
-
-HttpAnswer& HttpAnswer::Header(const std::string& name, const std::string& value)
-{
-    headers.emplace_back(name, value);
     return *this;
 }
 
@@ -362,7 +333,7 @@ void TestHttpServer::Impl::Answer(Socket& connection, const HttpAnswer& answer)
         changed.wait(lock, [this] { return stopping; });
         return;
     }
-    if (!Pause(answer.delayMs) || answer.kind == HttpAnswer::Kind::CloseWithoutAnswer)
+    if (answer.kind == HttpAnswer::Kind::CloseWithoutAnswer)
         return;
     std::string head = ResponseHead(answer);
     if (!SendAll(connection.Get(), head.data(), head.size()))
@@ -397,13 +368,6 @@ TestHttpServer::TestHttpServer() : mImpl(new Impl)
 
 TestHttpServer::~TestHttpServer()
 {
-    Stop();
-    if (mImpl->winsockStarted)
-        ::WSACleanup();
-}
-
-void TestHttpServer::Stop()
-{
     {
         std::lock_guard<std::mutex> lock(mImpl->mutex);
         mImpl->stopping = true;
@@ -416,6 +380,8 @@ void TestHttpServer::Stop()
         if (connection.joinable())
             connection.join();
     mImpl->listener.Close();
+    if (mImpl->winsockStarted)
+        ::WSACleanup();
 }
 
 bool TestHttpServer::IsListening() const { return mImpl->listener.IsValid(); }
@@ -424,7 +390,7 @@ unsigned short TestHttpServer::Port() const { return mImpl->port; }
 
 std::string TestHttpServer::Url(const std::string& target) const
 {
-    return "http://127.0.0.1:" + std::to_string(mImpl->port) + (target.empty() ? "/" : target);
+    return "http://127.0.0.1:" + std::to_string(mImpl->port) + target;
 }
 
 void TestHttpServer::Enqueue(HttpAnswer answer)

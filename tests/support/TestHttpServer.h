@@ -37,22 +37,18 @@ struct HttpAnswer {
     std::string body;
     HttpHeaders headers;      // sent after the standard ones
     bool sendLength = true;   // without Content-Length the body ends with the connection
-    unsigned delayMs = 0;     // before anything is sent
     std::size_t dripBytes = 0; // when set, the body goes out in pieces of this size...
     unsigned dripEveryMs = 0;  // ...this far apart
     std::size_t cutAfter = 0;
 
     static HttpAnswer Page(std::string body, int status = 200, std::string contentType = "text/html");
-    static HttpAnswer Redirect(const std::string& location, int status = 302);
-    static HttpAnswer Oversized(std::size_t bytes, char fill = 'x');
+    static HttpAnswer Redirect(const std::string& location);
     static HttpAnswer CloseWithoutAnswer();
     static HttpAnswer ResetMidBody(std::string body, std::size_t sentBytes);
     static HttpAnswer CloseMidBody(std::string body, std::size_t sentBytes);
     static HttpAnswer NeverAnswer();
-    HttpAnswer& Delay(unsigned ms);
     HttpAnswer& Drip(std::size_t bytes, unsigned everyMs);
     HttpAnswer& WithoutLength();
-    HttpAnswer& Header(const std::string& name, const std::string& value);
 };
 
 // Listens on 127.0.0.1 on a port of the system's choosing, in this process, on threads of its own. Every
@@ -62,13 +58,13 @@ public:
     TestHttpServer();
     TestHttpServer(const TestHttpServer&) = delete;
     TestHttpServer& operator=(const TestHttpServer&) = delete;
-    // Stops: drops every connection and joins every thread.
+    // Stops serving: drops every connection and joins every thread.
     ~TestHttpServer();
 
     bool IsListening() const;
     unsigned short Port() const;
-    // "http://127.0.0.1:PORT" followed by the target ("/" when none is given).
-    std::string Url(const std::string& target = "/") const;
+    // "http://127.0.0.1:PORT" followed by the target.
+    std::string Url(const std::string& target) const;
 
     // The answer for the next unanswered request; the queue is used in order.
     void Enqueue(HttpAnswer answer);
@@ -78,9 +74,6 @@ public:
     std::vector<HttpRequest> Requests() const;
     // Blocks until count requests are recorded or timeoutMs has passed; whether they were.
     bool WaitForRequests(std::size_t count, unsigned timeoutMs) const;
-
-    // Stops serving (the destructor does this); idempotent.
-    void Stop();
 
 private:
     struct Impl;

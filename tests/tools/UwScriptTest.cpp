@@ -1,8 +1,7 @@
 // uwscript: the check of good and bad scripts (messages and positions), and runs with answers.
 #include "UwScriptCommand.h"
 
-#include <filesystem>
-#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,10 +20,9 @@ struct CResult {
 
 CResult UwScript(const std::string& command, const std::string& script, std::vector<std::string> options = {})
 {
-    std::string dir = OrnTest::TempPath("uwscript");
-    std::filesystem::create_directory(dir);
-    std::ofstream(dir + "/s.txt", std::ios::binary) << script;
-    std::vector<std::string> args = {command, dir + "/s.txt"};
+    OrnTest::CScratchDir scratch("uwscript");
+    const std::string& dir = scratch.Path();
+    std::vector<std::string> args = {command, scratch.Write("s.txt", script)};
     args.insert(args.end(), options.begin(), options.end());
     CResult r;
     r.status = RunUwScript(args, r.out, r.err);
@@ -32,7 +30,6 @@ CResult UwScript(const std::string& command, const std::string& script, std::vec
         for (std::size_t at; (at = text->find(dir + "/")) != std::string::npos;)
             text->erase(at, dir.size() + 1);
     }
-    std::filesystem::remove_all(dir);
     return r;
 }
 
@@ -46,15 +43,11 @@ struct CCheckCase {
 // Keeps the "FILE:LINE:COLUMN: message" lines, drops the excerpts.
 std::string FindingLines(const std::string& out)
 {
-    std::string lines, line;
-    for (char c : out + "\n") {
-        if (c != '\n') {
-            line += c;
-            continue;
-        }
+    std::istringstream in(out);
+    std::string lines;
+    for (std::string line; std::getline(in, line);) {
         if (line.rfind("s.txt:", 0) == 0)
             lines += line + "\n";
-        line.clear();
     }
     return lines;
 }
@@ -118,8 +111,9 @@ TEST(UwScript, RunShowsDialogsUrlsAndVariablesAsTheProgramWould)
     struct CRunCase {
         const char* name;
         std::vector<std::string> options;
-        const char* out;
+        const char* out; // a part of the output
         int status;
+        bool whole = false; // out is all of it
     } cases[] = {
         {"press by text, tick the box",
          {"--set", "Product=Nimbra", "--press", "Get it", "--checkbox", "on"},
@@ -128,25 +122,19 @@ TEST(UwScript, RunShowsDialogsUrlsAndVariablesAsTheProgramWould)
          "  button \"Later\" -> later default\n  button \"Never\" -> never\n"
          "  answer press \"Get it\" -> get, checkbox [x]\nopen_new \"https://www.vantrel.com/Nimbra\"\n"
          "set DoUpdateWatchs \"0\"\nend ok\n",
-         0},
-        {"press by label, untouched box", {"--set", "Product=Nimbra", "--press", "never"}, nullptr, 0},
-        {"no answer", {}, nullptr, 2},
-        {"no such button", {"--press", "Maybe"}, nullptr, 2},
-        {"answers left over", {"--cancel", "--cancel"}, nullptr, 2},
+         0, true},
+        {"press by label, untouched box", {"--set", "Product=Nimbra", "--press", "never"},
+         "set DoUpdateWatchs \"0\"\nend ok\n", 0},
+        {"no answer", {}, "answer none\nset DoUpdateWatchs \"1\"\nerror: dialog 1 \"<Product> update\" has no answer",
+         2},
+        {"no such button", {"--press", "Maybe"}, "", 2},
+        {"answers left over", {"--cancel", "--cancel"}, "", 2},
     };
     for (const CRunCase& c : cases) {
         CResult r = UwScript("run", script, c.options);
         EXPECT_EQ(r.status, c.status) << c.name << "\n" << r.out << r.err;
-        if (c.out) {
-            EXPECT_EQ(r.out, c.out) << c.name;
-        }
+        EXPECT_TRUE(c.whole ? r.out == c.out : r.out.find(c.out) != std::string::npos) << c.name << "\n" << r.out;
     }
-    EXPECT_NE(UwScript("run", script, {"--press", "never"}).out.find("set DoUpdateWatchs \"0\"\nend ok"),
-              std::string::npos);
-    EXPECT_NE(UwScript("run", script, {})
-                  .out.find("answer none\nset DoUpdateWatchs \"1\"\nerror: dialog 1 "
-                            "\"<Product> update\" has no answer"),
-              std::string::npos);
 }
 
 TEST(UwScript, RunStopsWhereTheProgramWould)

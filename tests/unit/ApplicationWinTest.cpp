@@ -23,7 +23,7 @@ public:
 };
 } // namespace
 
-TEST(ApplicationWin, GUIMainSplitsTheCommandLineAndRuns)
+TEST(ApplicationWin, GUIMainSplitsTheCommandLineAndRunsWithTheDefaults)
 {
     CGlobalDeleteList::Create();
     auto* app = new TestApp;
@@ -35,27 +35,7 @@ TEST(ApplicationWin, GUIMainSplitsTheCommandLineAndRuns)
     EXPECT_STREQ(app->value, "a b");
     EXPECT_STREQ(app->CommandLineText(), "-s /v \"a b\"");
     EXPECT_EQ(app->GetExitStatus(), 7);
-    CGlobalDeleteList::DeleteAll();
-    EXPECT_EQ(CApplication::Get(), nullptr) << "the application is on the delete list";
-}
 
-TEST(ApplicationWin, SecondApplicationAsserts)
-{
-    CGlobalDeleteList::Create();
-    new TestApp;
-    OrnTest::AssertRecorder rec;
-    auto* second = new TestApp;
-    EXPECT_ASSERTED(rec, "! cModule");
-    EXPECT_ASSERTED(rec, "! cApp");
-    EXPECT_ASSERTED(rec, "! cGUIApp");
-    CGlobalDeleteList::DeleteAll();
-    (void)second;
-}
-
-TEST(ApplicationWin, DefaultUsageAndConfigName)
-{
-    CGlobalDeleteList::Create();
-    auto* app = new TestApp;
     CString usage;
     app->GetUsageText(usage);
     EXPECT_STREQ(usage, "TestApp: no usage information available.");
@@ -75,4 +55,5 @@ TEST(ApplicationWin, DefaultUsageAndConfigName)
     EXPECT_ASSERTED(rec, "msg");
     GlobalVars.Remove("ShortAppKey");
     CGlobalDeleteList::DeleteAll();
+    EXPECT_EQ(CApplication::Get(), nullptr) << "the application is on the delete list";
 }

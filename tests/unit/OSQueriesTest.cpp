@@ -1,5 +1,4 @@
-// Device path rules over a made-up drive table, and the native language name.
-#include <cstdlib>
+// Device path rules over a made-up drive table.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -20,9 +19,6 @@ TEST(OSQueriesTest, IsDevicePath)
     };
     for (const auto& [path, isDevice] : rows)
         EXPECT_EQ(isDevice, Orn::IsDevicePath(path)) << path;
-    OrnTest::AssertRecorder rec;
-    EXPECT_FALSE(Orn::IsDevicePath(nullptr));
-    EXPECT_ASSERTED(rec, "path");
 }
 
 // Drive letter to device name; letters not listed are unmapped.
@@ -87,26 +83,5 @@ TEST(OSQueriesTest, DevicePathLimitsAndMisuse)
     EXPECT_FALSE(DevicePathToDrivePath(in, out, 0, LookUpFake, nullptr));
     EXPECT_ASSERTED(rec, "outPathLen > 0");
 }
-
-#if !ORN_WINDOWS
-TEST(OSQueriesTest, NativeLanguageNameFromLocale)
-{
-    const char* old = std::getenv("LC_ALL");
-    const std::string saved = old ? old : "";
-    const std::pair<const char*, const char*> rows[] = {
-        {"de_AT.UTF-8", "de-AT"}, {"fr", "fr"}, {"sr_RS@latin", "sr-RS"}, {"C", "en"}, {"POSIX", "en"}, {"x", nullptr},
-    };
-    for (const auto& [locale, expected] : rows) {
-        ::setenv("LC_ALL", locale, 1);
-        CString name = "stale";
-        EXPECT_EQ(expected != nullptr, Orn::GetOSLanguageName(name)) << locale;
-        EXPECT_STREQ(expected ? expected : "", name.Chars()) << locale;
-    }
-    if (old)
-        ::setenv("LC_ALL", saved.c_str(), 1);
-    else
-        ::unsetenv("LC_ALL");
-}
-#endif
 
 } // namespace

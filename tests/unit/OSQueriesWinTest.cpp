@@ -1,6 +1,5 @@
-// Operating-system queries against the running system: version, bitness, language, window owner, adapter.
+// Operating-system queries against the running system: version, bitness, language, window owner.
 #include <windows.h>
-#include <iphlpapi.h>
 
 #include <cstring>
 #include <memory>
@@ -38,17 +37,11 @@ TEST(OSQueriesWinTest, SystemFacts)
     EXPECT_TRUE(std::regex_match(name.Chars(), std::regex("[a-z]{2,3}(-[A-Z0-9]{2,3})?"))) << name.Chars();
 }
 
-// A message-only window of this thread, destroyed with the pointer.
-using WindowPtr = std::unique_ptr<std::remove_pointer_t<HWND>, decltype(&::DestroyWindow)>;
-WindowPtr NewMessageWindow()
-{
-    return WindowPtr(::CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr),
-                     &::DestroyWindow);
-}
-
 TEST(OSQueriesWinTest, WindowOwnerIsThisProgram)
 {
-    WindowPtr window = NewMessageWindow();
+    // A message-only window of this thread, destroyed with the pointer.
+    std::unique_ptr<std::remove_pointer_t<HWND>, decltype(&::DestroyWindow)> window(
+        ::CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr), &::DestroyWindow);
     ASSERT_NE(nullptr, window);
     OrnTest::AssertRecorder rec;
     Orn::DWord processId = 0;
@@ -70,18 +63,6 @@ TEST(OSQueriesWinTest, WindowOwnerIsThisProgram)
     EXPECT_ASSERTED(rec, "::IsWindow(win)");
     EXPECT_FALSE(Orn::GetWindowProcessExe(gone, exe));
     EXPECT_STREQ("", exe.Chars());
-}
-
-// Only one adapter record fits: a machine with more adapters has no address.
-TEST(OSQueriesWinTest, AdapterAddressIsTheFirstOfOneRecord)
-{
-    IP_ADAPTER_INFO one = {};
-    ULONG size = sizeof one;
-    const bool fits = ::GetAdaptersInfo(&one, &size) == ERROR_SUCCESS;
-    const Orn::Byte zeros[6] = {};
-    Orn::Byte address[6] = {1, 2, 3, 4, 5, 6};
-    EXPECT_EQ(fits, Orn::GetAdapterAddress(address)) << "bytes needed: " << size;
-    EXPECT_EQ(0, std::memcmp(fits ? one.Address : zeros, address, 6));
 }
 
 TEST(OSQueriesWinTest, SystemDriveDevice)

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "CaptureStream.h"
 #include "ErrorHandler.h"
 #include "StringStream.h"
 #include "TestSupport.h"
@@ -12,21 +13,6 @@
 using namespace Orn;
 
 namespace {
-
-// Keeps every delivered report; the banner shows the source position.
-class CCaptureHandler : public CErrorHandler {
-public:
-    CCaptureHandler() : mPrevious(SetErrorHandler(this)) {}
-    ~CCaptureHandler() override { SetErrorHandler(mPrevious); }
-    std::vector<std::string> mReports;
-
-protected:
-    CString GetBanner(Int) const override { return "<ErrFile>:<ErrLine>: <msg>"; }
-    void Deliver(const CString& text, DWord) override { mReports.push_back(text.Chars()); }
-
-private:
-    CErrorHandler* mPrevious;
-};
 
 std::string WriteText(CRegistry& registry)
 {
@@ -55,35 +41,6 @@ std::string Value(CRegistry& registry, const char* dirPath, const char* name)
 class CReadOnlyRegistry : public CMemRegistry {
 public:
     RStatus SetValue(const char*, const char*, const char*) override { return E_NoAccess; }
-};
-
-// Gives its input until failAfter bytes have gone, then fails.
-class CBrokenStream : public CStream {
-public:
-    CBrokenStream(std::string input, Int failAfter) : mInput(std::move(input)), mFailAfter(failAfter)
-    {
-        SetOpened(smRead | smWrite, smCanRead | smCanWrite);
-    }
-
-protected:
-    bool DoRead(void* buf, Int count, Int& got) override
-    {
-        if (mPos >= mFailAfter)
-            return Fail(E_Read);
-        got = static_cast<Int>(mInput.copy(static_cast<char*>(buf), size_t(count), size_t(mPos)));
-        mPos += got;
-        return true;
-    }
-    bool DoWrite(const void*, Int count) override
-    {
-        mPos += count;
-        return mPos <= mFailAfter || Fail(E_DiskFull);
-    }
-
-private:
-    std::string mInput;
-    Int mFailAfter;
-    Int mPos = 0;
 };
 
 const std::string cName64(64, 'n');
@@ -222,7 +179,7 @@ TEST(RegistryFile, DamagedTextGivesCleanStatus)
         {"deep", head + deep + std::string(600, '}') + "}"},
     };
     for (const auto& [what, text] : rows) {
-        CCaptureHandler handler;
+        OrnTest::CCaptureHandler handler(OrnTest::cPositionBanner);
         CMemRegistry reg;
         EXPECT_EQ(ReadText(reg, text), E_BadSyntax) << what;
         EXPECT_EQ(handler.mReports, std::vector<std::string>{"<ErrFile>:<ErrLine>: Exception: E_BadSyntax"}) << what;
@@ -231,7 +188,7 @@ TEST(RegistryFile, DamagedTextGivesCleanStatus)
 
 TEST(RegistryFile, ErrorsNameTheSourceLineAndKeepWhatWasRead)
 {
-    CCaptureHandler handler;
+    OrnTest::CCaptureHandler handler(OrnTest::cPositionBanner);
     CMemRegistry reg;
     EXPECT_EQ(ReadText(reg, "!VRREG 1.0 {\n\tkept=\"1\"\n\tbroken\n}\n", "tree.txt"), E_BadSyntax);
     EXPECT_EQ(handler.mReports, std::vector<std::string>{"tree.txt:4: Exception: E_BadSyntax"})
@@ -242,17 +199,20 @@ TEST(RegistryFile, ErrorsNameTheSourceLineAndKeepWhatWasRead)
 
 TEST(RegistryFile, StoreAndStreamFailures)
 {
-    CCaptureHandler handler;
+    OrnTest::CCaptureHandler handler(OrnTest::cPositionBanner);
     CReadOnlyRegistry readOnly;
     EXPECT_EQ(ReadText(readOnly, "!VRREG 1.0 {\nd {\n a=\"1\"\n}\n}\n"), Failure);
     EXPECT_EQ(readOnly.Open("d"), S_RegIsDirectory) << "the directory came before the refused value";
     EXPECT_EQ(handler.mReports, std::vector<std::string>{"<ErrFile>:<ErrLine>: Exception: Failure"});
 
     CMemRegistry reg;
-    CBrokenStream input("!VRREG 1.0 {\n}\n", 5);
+    OrnTest::CCaptureStream input(smRead);
+    input.input = "!VRREG 1.0 {\n}\n";
+    input.failReadAfter = 5;
     EXPECT_EQ(reg.Read(input), E_Read);
     ASSERT_EQ(reg.SetValue("", "v", "1"), Ok);
-    CBrokenStream output("", 16);
+    OrnTest::CCaptureStream output;
+    output.failAfter = 16;
     EXPECT_EQ(reg.Write(output), E_DiskFull);
 
     // The writer refuses what the reader would.

@@ -44,20 +44,6 @@ TEST(StreamEncoding, NarrowAndWideTextAreConverted)
     EXPECT_EQ("62 E9 ", Hex(narrow.bytes));
 }
 
-TEST(StreamEncoding, MisuseAsserts)
-{
-    OrnTest::AssertRecorder rec;
-    CCaptureStream narrow;
-    EXPECT_FALSE(narrow.WriteUnicodeChar(0x20AC));
-    EXPECT_ASSERTED(rec, "IsUnicodeEncoding()");
-    EXPECT_EQ("", narrow.bytes);
-
-    CCaptureStream bad;
-    bad.SetEncoding(7);
-    EXPECT_FALSE(bad.WriteText("x"));
-    EXPECT_ASSERTED(rec, "bad encoding");
-}
-
 TEST(StreamLines, LineFeedBecomesTheEOLType)
 {
     struct { const char* name; DWord mode; Int encoding; Int eolType; const char* bytes; } const cases[] = {

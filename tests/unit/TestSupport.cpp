@@ -1,8 +1,13 @@
-// Assertion recording for tests, and scratch paths.
+// Assertion and report recording for tests, and scratch files.
 #include "TestSupport.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -41,10 +46,7 @@ void AssertRecorder::OnOutput(const char* text)
 
 bool AssertRecorder::Fired(const std::string& expr) const
 {
-    for (const std::string& a : mAsserts)
-        if (a == expr)
-            return true;
-    return false;
+    return std::find(mAsserts.begin(), mAsserts.end(), expr) != mAsserts.end();
 }
 
 std::string AssertRecorder::List() const
@@ -75,6 +77,40 @@ std::string TempPath(const std::string& name)
     std::string pid = std::to_string(::getpid());
 #endif
     return base + "orn_" + pid + "_" + std::to_string(counter++) + "_" + name;
+}
+
+CCaptureHandler::CCaptureHandler(const char* banner) : mBanner(banner), mPrevious(Orn::SetErrorHandler(this)) {}
+
+CCaptureHandler::~CCaptureHandler() { Orn::SetErrorHandler(mPrevious); }
+
+Orn::CString CCaptureHandler::GetBanner(Orn::Int number) const
+{
+    return mBanner ? Orn::CString(mBanner) : CErrorHandler::GetBanner(number);
+}
+
+CScratchFile::~CScratchFile() { std::remove(path.c_str()); }
+
+void CScratchFile::Write(const std::string& bytes) const { std::ofstream(path, std::ios::binary) << bytes; }
+
+std::string CScratchFile::Read() const
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+CScratchDir::CScratchDir(const std::string& name) : mPath(TempPath(name)) { std::filesystem::create_directories(mPath); }
+
+CScratchDir::~CScratchDir()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(mPath, ignored);
+}
+
+std::string CScratchDir::Write(const std::string& name, const std::string& bytes) const
+{
+    std::string path = mPath + "/" + name;
+    std::ofstream(path, std::ios::binary) << bytes;
+    return path;
 }
 
 } // namespace OrnTest

@@ -1,9 +1,6 @@
 // Variable lists in files: binary round trips and damaged files, the text form's reports and quirks, dumps.
 #include "VarList.h"
 
-#include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -17,19 +14,6 @@ using namespace Orn;
 namespace {
 
 const std::string cHeader = "Vantrel Configuration File 1.0";
-
-// A scratch file removed at the end of the test.
-struct CScratch {
-    explicit CScratch(const char* name) : path(OrnTest::TempPath(name)) {}
-    ~CScratch() { std::remove(path.c_str()); }
-    void Write(const std::string& bytes) const { std::ofstream(path, std::ios::binary) << bytes; }
-    std::string Read() const
-    {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-    std::string path;
-};
 
 // The dump of a list, without indentation.
 std::string Dump(const CVarList& list)
@@ -64,35 +48,28 @@ const std::string cGoodFile = WithChecksum(cGoodBody);
 
 } // namespace
 
-TEST(VarListFile, SaveWritesTheExactLayoutAndLoadAdds)
+// Save writes the exact layout; Load adds to what the list holds, and odd values come back as they were.
+TEST(VarListFile, SaveWritesTheExactLayoutAndLoadAddsBack)
 {
     CVarList list;
     list.Set("A", "1");
     list.Set("B", "two", true);
-    CScratch file("layout.vrc");
+    OrnTest::CScratchFile file("layout.vrc");
     ASSERT_EQ(list.Save(file.path.c_str()), Ok);
     EXPECT_EQ(file.Read(), cGoodFile);
 
+    list.Set("Plain", "value with blanks, = and : and %");
+    list.Set("Empty", "");
+    list.Set("High", "caf\xE9 \x80\xFF");
+    ASSERT_EQ(list.Save(file.path.c_str()), Ok);
     CVarList into;
     into.Set("Before", "kept");
     into.Set("A", "old");
     EXPECT_EQ(into.Load(file.path.c_str()), Ok);
-    EXPECT_EQ(Dump(into), "Before\t=\t\"kept\"\nA\t=\t\"1\"\nB (READ-ONLY)\t=\t\"two\"\n") << "not cleared first";
+    EXPECT_EQ(Dump(into), "Before\t=\t\"kept\"\n" + Dump(list)) << "not cleared first";
 }
 
-TEST(VarListFile, SaveAndLoadRoundTrip)
-{
-    CVarList list, loaded;
-    list.Set("Plain", "value with blanks, = and : and %");
-    list.Set("%Locked", "fixed");
-    list.Set("Empty", "");
-    list.Set("High", "caf\xE9 \x80\xFF");
-    CScratch file("round.vrc");
-    ASSERT_EQ(list.Save(file.path.c_str()), Ok);
-    EXPECT_EQ(loaded.Load(file.path.c_str()), Ok);
-    EXPECT_EQ(Dump(loaded), Dump(list));
-}
-
+// The exact status and what stays; a changed header is among the next test's bit flips.
 TEST(VarListFile, DamagedFilesGiveACleanStatus)
 {
     const size_t afterHeader = cHeader.size() + 1;
@@ -101,19 +78,14 @@ TEST(VarListFile, DamagedFilesGiveACleanStatus)
     std::string offByOne = cGoodBody + std::to_string(std::stoul(cGoodFile.substr(cGoodBody.size())) + 1) + '\0';
     const Row rows[] = {
         {"empty file", "", E_BadData, ""},
-        {"other header", WithChecksum("Vantrel Configuration File 1.1" + cGoodBody.substr(cHeader.size())),
-         E_BadData, ""},
-        {"header in other case", WithChecksum("vantrel configuration file 1.0" + cGoodBody.substr(cHeader.size())),
-         E_BadData, ""},
         {"checksum off by one", offByOne, E_BadData, both},
         {"checksum not a number", cGoodBody + "x" + '\0', E_BadData, both},
-        {"cut inside a name", cGoodFile.substr(0, afterHeader + 1), E_BadData, ""},
         {"cut inside a value", cGoodFile.substr(0, afterHeader + 9), E_BadData, "A\t=\t\"1\"\n"},
         {"cut before the checksum", cGoodBody, E_BadData, both},
         {"intact", cGoodFile, Ok, both},
     };
     for (const Row& row : rows) {
-        CScratch file("damaged.vrc");
+        OrnTest::CScratchFile file("damaged.vrc");
         file.Write(row.bytes);
         CVarList list;
         EXPECT_EQ(list.Load(file.path.c_str()), row.status) << row.name;
@@ -125,7 +97,7 @@ TEST(VarListFile, DamagedFilesGiveACleanStatus)
 TEST(VarListFile, EveryCutAndBitFlipIsRefused)
 {
     OrnTest::AssertRecorder rec;
-    CScratch file("flipped.vrc");
+    OrnTest::CScratchFile file("flipped.vrc");
     std::vector<std::string> damaged;
     for (size_t len = 0; len < cGoodFile.size(); ++len)
         damaged.push_back(cGoodFile.substr(0, len));
@@ -143,11 +115,11 @@ TEST(VarListFile, EveryCutAndBitFlipIsRefused)
 
 TEST(VarListFile, LoadAnyChoosesTheFormByExtension)
 {
-    CScratch binary("upper.VRC");
+    OrnTest::CScratchFile binary("upper.VRC");
     binary.Write(cGoodFile);
-    CScratch textual("config.txt");
+    OrnTest::CScratchFile textual("config.txt");
     textual.Write(cHeader + "\r\nA : STRING = text\r\nbad line\r\n");
-    CScratch textAsVrc("text.vrc");
+    OrnTest::CScratchFile textAsVrc("text.vrc");
     textAsVrc.Write(cHeader + "\nA : STRING = text\n");
 
     CVarList list;
@@ -228,17 +200,10 @@ TEST(VarListFile, PositiveDateIsAStartOfDayAhead)
     EXPECT_TRUE(value == (before + 3) * 86400 || value == (after + 3) * 86400) << value;
 }
 
-TEST(VarListFile, DumpIsIndentedAndNotEscaped)
+// The dump's indentation inside a section is the verbose log's (VersionCheckE2E).
+TEST(VarListFile, DumpDoesNotEscapeOrSubstitute)
 {
     CVarList list;
-    list.Set("A", "say \"hi\"\\");
-    list.Set("%B", "<value> <name>");
-    CString text;
-    CStringStream stream(text, smWrite);
-    stream.SetIndentLevel(1);
-    stream.WriteText("Dumping global variables\n");
-    list.WriteDump(stream);
-    EXPECT_STREQ(text, "Dumping global variables\n"
-                       "\tA\t=\t\"say \"hi\"\\\"\n"
-                       "\tB (READ-ONLY)\t=\t\"<value> <name>\"\n");
+    list.Set("A", "say \"hi\"\\ <A>");
+    EXPECT_EQ(Dump(list), "A\t=\t\"say \"hi\"\\ <A>\"\n");
 }
