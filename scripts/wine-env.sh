@@ -9,7 +9,8 @@ mkdir -p "$WINE_BUILD_DIR"
 WINE_BUILD_DIR="$(cd "$WINE_BUILD_DIR" && pwd)"
 export WINEPREFIX="${WINEPREFIX:-$WINE_BUILD_DIR/wineprefix}"
 export WINEDEBUG=-all
-export WINEDLLOVERRIDES="mscoree,mshtml="
+# ORN_DLL_OVERRIDES adds overrides of a test's own (signed_servers.py's planted libraries).
+export WINEDLLOVERRIDES="mscoree,mshtml=${ORN_DLL_OVERRIDES:+;$ORN_DLL_OVERRIDES}"
 export WINEARCH=win64
 # Wine's WinINet falls back to these when its registry names no proxy.
 unset http_proxy https_proxy HTTP_PROXY HTTPS_PROXY no_proxy NO_PROXY

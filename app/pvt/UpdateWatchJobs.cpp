@@ -36,8 +36,9 @@ void DumpSection(CStream* log, const char* name, const CVarList& vars)
     vars.WriteDump(*log);
 }
 
-// A refused certificate, an unknown scheme or a refused signed reply is also said in plain words.
-void LogCheckFailureCause(CUpdateWatchApp& app, RStatus status, const CUpdateWatcher& watcher)
+// A refused certificate, an unknown scheme or a refused signed reply is also said in plain words, and which key
+// signed a reply that passed, for a vendor that is changing keys.
+void LogCheckCause(CUpdateWatchApp& app, RStatus status, const CUpdateWatcher& watcher)
 {
     const char* cause = CertificateFailureCause(status);
     const char* scheme = GlobalVars.Find("VersionScheme");
@@ -47,6 +48,9 @@ void LogCheckFailureCause(CUpdateWatchApp& app, RStatus status, const CUpdateWat
         app.LogText("Unknown VersionScheme (", scheme ? scheme : "", "): only \"http\" and \"https\" are known.\n");
     else if (watcher.ReplyCheck() != rcSigned)
         app.LogText("Signed reply check failed: ", ReplyCheckText(watcher.ReplyCheck()), ".\n");
+    else if (watcher.IsVerifiedReply())
+        app.LogFormat("Signed reply check passed: signed with key %d of %d.\n", watcher.ReplyKeyIndex() + 1,
+                      watcher.ReplyKeyCount());
 }
 
 // A message around a path from the command line, which may be longer than a formatted text can be.
@@ -95,7 +99,7 @@ bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* ov
     (void)watcher.CheckWithTimeout(status, true, "NBW", mOwnProductVersion, "EN", appVars, replyPage, url,
                                    overrideVars, overrideOnly, cTimeoutSeconds);
     bool ok = StatusStepResult(status, "Do version check");
-    LogCheckFailureCause(*this, status, watcher);
+    LogCheckCause(*this, status, watcher);
     if (mVerbose) {
         LogURLInfo(url);
         if (ok) {

@@ -1,4 +1,4 @@
-// A library loaded by name at run time, and its exports looked up by name.
+// A system library loaded by name at run time, and its exports looked up by name.
 #pragma once
 
 #include <windows.h>
@@ -15,6 +15,8 @@ template <class F> F LookUpExport(HMODULE module, const char* name)
     return module ? reinterpret_cast<F>(reinterpret_cast<void (*)()>(::GetProcAddress(module, name))) : nullptr;
 }
 
+// Only the system folder is searched, never the program's own folder or the current one, so that a library
+// planted beside the program (in a download or installer folder) is never loaded.
 class CDynamicLibrary {
 public:
     // Ok, or the failure of the load (E_NotFound when there is no such library).

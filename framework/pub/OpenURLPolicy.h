@@ -10,10 +10,17 @@ namespace Orn {
 // a download page), and a looping script must not bury the desktop in browser windows.
 constexpr Int MaxPagesPerRun = 3;
 
-// True for an absolute "http://" or "https://" URL (scheme in any case) whose authority is a plain host name
-// or dotted address with an optional port (1 to 65535), and nothing the shell could take for a path or a
-// command: printable ASCII only (no blank, backslash, quote, "<>^`{|}"), no user-info, and every "%" followed
-// by two hex digits that do not stand for a control character. host, when given, gets the host name.
+// Limits of a plain web URL: what browsers and DNS take, with no reason to hand anything longer to the shell.
+constexpr Int MaxWebURLLength = 2048;
+constexpr Int MaxHostLength = 253;
+constexpr Int MaxHostLabelLength = 63;
+
+// True for an absolute "http://" or "https://" URL (scheme in any case) of at most MaxWebURLLength characters
+// whose authority is a plain host name (at most MaxHostLength characters, labels of at most
+// MaxHostLabelLength) or dotted address with an optional port (1 to 65535), and nothing the shell could take
+// for a path or a command: printable ASCII only (no blank, backslash, quote, "<>^`{|}"), no user-info, and
+// every "%" followed by two hex digits that stand for neither a control character, a quote nor a backslash
+// (and no "%" at all in the host). host, when given, gets the host name.
 bool IsPlainWebURL(const char* url, CString* host = nullptr);
 
 // One run's policy, read once from the setting's text:

@@ -73,6 +73,9 @@ public:
 
     // Sets the pairs of "a=1&b=2" (urlForm, form-decoded) or "a=1 b=2"; the number of variables set.
     Int ParseQuery(const char* queryStr, bool urlForm);
+    // Hands each pair of queryStr to visitor in order, exactly as ParseQuery reads it (a pair without a name is
+    // skipped, every "=" after the first is dropped), duplicates included; the number of pairs.
+    static Int VisitQuery(const char* queryStr, bool urlForm, CVisitor& visitor);
     // Writes "name=value&..." form-encoded; the number of pairs written.
     Int BuildQuery(CString& out) const;
 

@@ -91,9 +91,10 @@ public:
     // UWDelay set the delay page of DelayTestHost is read instead, over the same scheme; then, or when the
     // check is non-standard, ShowNonStandardBox is called once the read has started.
     // With the global variable ReplyKey set, the request (the delay page's too) carries a fresh VR_Nonce and
-    // only a reply signed for it runs: E_InternetBadReplyKey when the key is not 128 hexadecimal digits
-    // (nothing is sent) or not a P-256 key, E_InternetBadSignature when the signature is missing, malformed or
-    // wrong; ReplyCheck says which.
+    // only a reply signed for this very request (method, path, parameters, nonce) with one of its keys runs:
+    // E_InternetBadReplyKey when ReplyKey is not a list of one to four keys of 128 hexadecimal digits
+    // (nothing is sent) or holds a key that is no P-256 key, E_InternetBadSignature when the signature is
+    // missing, malformed or wrong; ReplyCheck says which.
     RStatus CheckWithTimeout(RStatus& status, bool automatic, const char* productCode, const CVersion& productVersion,
                              const char* productLanguage, const CVarList& appVars, CString& replyText, CString& url,
                              const CVarList* overrideVars, bool overrideOnly, Int timeout);
@@ -116,6 +117,10 @@ public:
     bool IsStandardCheck() const { return mStandard; }
     // Why a signed check failed; rcSigned otherwise.
     EReplyCheck ReplyCheck() const { return mReplyCheck; }
+    // True only once a reply's signature was checked and found good; then which of how many keys made it.
+    bool IsVerifiedReply() const { return mVerified; }
+    Int ReplyKeyIndex() const { return mReplyKeyIndex; }
+    Int ReplyKeyCount() const { return mReplyKeys.count; }
 
 protected:
     // Shows the non-standard box; the default is a plain message box. The application routes it through its
@@ -139,12 +144,15 @@ private:
     CString DelayTestURL(const char* scheme, const CString& delay) const;
     bool PrepareSignedReply(RStatus& status);
     RStatus FetchSignedScript(CString& replyText);
+    CSignedRequest SentRequest() const;
 
     const char* const* mAppVarNames;
     bool mStandard = true;
-    // Set by ReplyKey: the reply must be signed for mNonce with mReplyKey.
+    // Set by ReplyKey: the reply must be signed for this request and mNonce with one of mReplyKeys.
     bool mSigned = false;
-    CReplyKey mReplyKey;
+    CReplyKeys mReplyKeys;
+    Int mReplyKeyIndex = 0;
+    bool mVerified = false;
     CString mNonce;
     EReplyCheck mReplyCheck = rcSigned;
 };

@@ -17,7 +17,8 @@ bool IsURLChar(unsigned char c)
     return Str::Find("\\\"<>^`{|}", static_cast<char>(c)) < 0;
 }
 
-// Every "%" starts two hex digits that do not stand for a control character.
+// Every "%" starts two hex digits that stand for neither a control character nor a quote or backslash, which
+// a browser's command line could take for its own.
 bool EscapesAreSafe(const char* url)
 {
     for (const char* p = url; *p; ++p) {
@@ -28,7 +29,7 @@ bool EscapesAreSafe(const char* url)
         if (lo < 0)
             return false;
         Int value = hi * 16 + lo;
-        if (value < 0x20 || value == 0x7F)
+        if (value < 0x20 || value == 0x7F || value == '"' || value == '\\')
             return false;
         p += 2;
     }
@@ -54,18 +55,22 @@ bool IsHostChar(char c)
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-';
 }
 
-// A host name or dotted address: labels of letters, digits and "-", none of them empty.
+// A host name or dotted address as DNS allows it: labels of letters, digits and "-", none of them empty.
 bool IsPlainHost(const char* begin, const char* end)
 {
-    bool labelEmpty = true;
+    if (end - begin > MaxHostLength)
+        return false;
+    Int label = 0;
     for (const char* p = begin; p < end; ++p) {
-        if (*p == '.' && labelEmpty)
+        if (*p == '.' && label == 0)
             return false;
         if (*p != '.' && !IsHostChar(*p))
             return false;
-        labelEmpty = *p == '.';
+        label = *p == '.' ? 0 : label + 1;
+        if (label > MaxHostLabelLength)
+            return false;
     }
-    return !labelEmpty;
+    return label > 0;
 }
 
 bool IsPort(const char* begin, const char* end)
@@ -96,7 +101,7 @@ bool IsSameOrBelow(const CString& host, const char* name, Int nameLen)
 
 bool IsPlainWebURL(const char* url, CString* host)
 {
-    if (!url)
+    if (!url || Str::Length(url) > MaxWebURLLength)
         return false;
     for (const char* p = url; *p; ++p) {
         if (!IsURLChar(static_cast<unsigned char>(*p)))

@@ -1,9 +1,12 @@
 // Signed replies, portable half: the key text, the signature block of a page, the signed message and the check.
 #include "SignedReply.h"
 
+#include <cstdint>
 #include <cstring>
 
+#include "Escape.h"
 #include "MemStream.h"
+#include "VarList.h"
 
 namespace Orn {
 
@@ -38,19 +41,39 @@ EReplyCheck ReadSignatureBlock(const char* afterEnd, CReplySignature& signature)
     return DecodeHexExactly(hex, ReplySignatureBytes, signature.bytes) ? rcSigned : rcMalformedSignature;
 }
 
+bool IsSpaceOrTab(char ch) { return ch == ' ' || ch == '\t'; }
+
+// One key of ReplyKey's list, with the blanks around it: where the list goes on (at a "," or its end), or null
+// when the text there is no key.
+const char* ReadListedKey(const char* text, CReplyKey& key)
+{
+    while (IsSpaceOrTab(*text))
+        ++text;
+    const char* end = text;
+    while (*end && *end != ',' && !IsSpaceOrTab(*end))
+        ++end;
+    if (!ParseReplyKey(CString(text, static_cast<Int>(end - text)), key))
+        return nullptr;
+    while (IsSpaceOrTab(*end))
+        ++end;
+    return end;
+}
+
 } // namespace
 
 const char* ReplyCheckText(EReplyCheck check)
 {
     switch (check) {
     case rcSigned: return "";
-    case rcMalformedKey: return "ReplyKey is not 128 hexadecimal digits (the P-256 public key's X, then Y)";
+    case rcMalformedKey:
+        return "ReplyKey is not one to four keys of 128 hexadecimal digits (each a P-256 public key's X, then Y) "
+               "separated by commas";
     case rcNoNonce: return "the system's random generator gave no nonce";
     case rcNoEnvelope: return "the page has no [START] ... [END] envelope";
     case rcNoSignature: return "the page carries no signature";
     case rcMalformedSignature: return "the signature block is malformed";
-    case rcWrongSignature: return "the signature does not match the script and this request's nonce";
-    case rcKeyRefused: return "ReplyKey is not a P-256 public key";
+    case rcWrongSignature: return "the signature does not match the script and this request";
+    case rcKeyRefused: return "ReplyKey holds a key that is not a P-256 public key";
     case rcNoVerifier: return "the system's cryptography could not be used";
     }
     return "";
@@ -71,6 +94,121 @@ bool DecodeHexExactly(const char* text, Int count, Byte* bytes)
 
 bool ParseReplyKey(const char* text, CReplyKey& key) { return DecodeHexExactly(text, ReplyKeyBytes, key.bytes); }
 
+bool ParseReplyKeys(const char* text, CReplyKeys& keys)
+{
+    if (!text)
+        return false;
+    CReplyKeys parsed;
+    const char* p = text;
+    do {
+        if (parsed.count == MaxReplyKeys || !(p = ReadListedKey(p, parsed.keys[parsed.count])))
+            return false;
+        ++parsed.count;
+    } while (*p++ == ',');
+    if (p[-1])
+        return false;
+    keys = parsed;
+    return true;
+}
+
+namespace {
+
+// Arithmetic modulo the prime of P-256, on 256-bit numbers held as eight 32-bit limbs, least significant first;
+// just enough to tell whether a key is a point of the curve, whatever the system's cryptography checks.
+struct CNum256 {
+    std::uint32_t limb[8] = {};
+};
+
+constexpr CNum256 P256Prime = {{0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0, 0, 0, 1, 0xFFFFFFFF}};
+constexpr CNum256 P256B = {
+    {0x27D2604B, 0x3BCE3C3E, 0xCC53B0F6, 0x651D06B0, 0x769886BC, 0xB3EBBD55, 0xAA3A93E7, 0x5AC635D8}};
+
+CNum256 FromBigEndian(const Byte* bytes)
+{
+    CNum256 n;
+    for (int i = 0; i < 32; ++i)
+        n.limb[7 - i / 4] |= static_cast<std::uint32_t>(bytes[i]) << (8 * (3 - i % 4));
+    return n;
+}
+
+bool IsBelow(const CNum256& a, const CNum256& b)
+{
+    for (int i = 7; i >= 0; --i) {
+        if (a.limb[i] != b.limb[i])
+            return a.limb[i] < b.limb[i];
+    }
+    return false;
+}
+
+// a + b or a - b over all 256 bits; the carry or borrow out.
+std::uint32_t AddTo(CNum256& a, const CNum256& b, bool subtract)
+{
+    std::uint64_t carry = 0;
+    for (int i = 0; i < 8; ++i) {
+        std::uint64_t wide = a.limb[i];
+        std::uint64_t sum = subtract ? wide - b.limb[i] - carry : wide + b.limb[i] + carry;
+        a.limb[i] = static_cast<std::uint32_t>(sum);
+        carry = (sum >> 32) & 1;
+    }
+    return static_cast<std::uint32_t>(carry);
+}
+
+// a and b below the prime.
+CNum256 ModAdd(CNum256 a, const CNum256& b)
+{
+    if (AddTo(a, b, false) || !IsBelow(a, P256Prime))
+        AddTo(a, P256Prime, true);
+    return a;
+}
+
+CNum256 ModSub(CNum256 a, const CNum256& b)
+{
+    if (AddTo(a, b, true))
+        AddTo(a, P256Prime, false);
+    return a;
+}
+
+// Double and add over b's bits: slow, but a key is checked once a run.
+CNum256 ModMul(const CNum256& a, const CNum256& b)
+{
+    CNum256 r;
+    for (int bit = 255; bit >= 0; --bit) {
+        r = ModAdd(r, r);
+        if (b.limb[bit / 32] >> (bit % 32) & 1)
+            r = ModAdd(r, a);
+    }
+    return r;
+}
+
+bool IsP256Point(const CReplyKey& key)
+{
+    CNum256 x = FromBigEndian(key.bytes), y = FromBigEndian(key.bytes + ReplyKeyBytes / 2);
+    if (!IsBelow(x, P256Prime) || !IsBelow(y, P256Prime))
+        return false;
+    // y^2 = x^3 - 3x + b
+    CNum256 right = ModSub(ModMul(ModMul(x, x), x), ModAdd(ModAdd(x, x), x));
+    right = ModAdd(right, P256B);
+    CNum256 left = ModMul(y, y);
+    for (int i = 0; i < 8; ++i) {
+        if (left.limb[i] != right.limb[i])
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+EReplyCheck ReadReplyKeys(const char* text, CReplyKeys& keys)
+{
+    if (!ParseReplyKeys(text, keys))
+        return rcMalformedKey;
+    for (Int i = 0; i < keys.count; ++i) {
+        if (!IsP256Point(keys.keys[i]))
+            return rcKeyRefused;
+    }
+    return rcSigned;
+}
+
 EReplyCheck SplitSignedPage(const char* page, CString& script, CReplySignature& signature)
 {
     const char* start = page ? std::strstr(page, StartMarker) : nullptr;
@@ -89,16 +227,67 @@ EReplyCheck SplitSignedPage(const char* page, CString& script, CReplySignature& 
     return rcSigned;
 }
 
-void BuildSignedMessage(const char* nonce, const CString& script, CString& message)
+void CanonicalParameters(const char* query, const char* body, CString& canonical)
 {
+    struct CWriter : CVarList::CVisitor {
+        explicit CWriter(CString& out) : out(out) {}
+        bool Visit(const char* name, const char* value) override
+        {
+            if (!out.IsEmpty())
+                out.AppendChar('&');
+            FormEncode(encoded, name);
+            out.Append(encoded);
+            out.AppendChar('=');
+            FormEncode(encoded, value);
+            out.Append(encoded);
+            return true;
+        }
+        CString& out;
+        CString encoded;
+    } writer(canonical);
+    canonical.Empty();
+    CVarList::VisitQuery(query ? query : "", true, writer);
+    CVarList::VisitQuery(body ? body : "", true, writer);
+}
+
+void BuildSignedMessage(const CSignedRequest& request, const CString& script, CString& message)
+{
+    CString parameters;
+    CanonicalParameters(request.query, request.body, parameters);
     message = SignedReplyPrefix;
-    message.Append(nonce);
-    message.AppendChar('\n');
+    const CString* const lines[] = {&request.method, &request.path, &request.nonce, &parameters};
+    for (const CString* line : lines) {
+        message.Append(*line, line->Length());
+        message.AppendChar('\n');
+    }
     message.Append(script, script.Length());
 }
 
-RStatus CheckSignedReply(const char* page, const char* nonce, const CReplyKey& key, CString& script,
-                         EReplyCheck& check)
+namespace {
+
+// Tries every key: a key the system refuses, or a verifier that cannot be used, refuses the page even when
+// another key fits, so a mistyped key is found at once and never switches the check off.
+RStatus VerifyWithAnyKey(const CReplyKeys& keys, const CString& message, const CReplySignature& signature,
+                         Int& keyIndex)
+{
+    Int signer = -1;
+    for (Int i = 0; i < keys.count; ++i) {
+        RStatus verdict = VerifyReplySignature(keys.keys[i], message, signature);
+        if (verdict == Ok && signer < 0)
+            signer = i;
+        else if (verdict != Ok && verdict != E_InternetBadSignature)
+            return verdict == E_InternetBadReplyKey ? verdict : Failure;
+    }
+    if (signer < 0)
+        return E_InternetBadSignature;
+    keyIndex = signer;
+    return Ok;
+}
+
+} // namespace
+
+RStatus CheckSignedReply(const char* page, const CSignedRequest& request, const CReplyKeys& keys, CString& script,
+                         EReplyCheck& check, Int& keyIndex)
 {
     CString signedScript;
     CReplySignature signature;
@@ -106,8 +295,8 @@ RStatus CheckSignedReply(const char* page, const char* nonce, const CReplyKey& k
     if (check != rcSigned)
         return E_InternetBadSignature;
     CString message;
-    BuildSignedMessage(nonce, signedScript, message);
-    RStatus verdict = VerifyReplySignature(key, message, signature);
+    BuildSignedMessage(request, signedScript, message);
+    RStatus verdict = VerifyWithAnyKey(keys, message, signature, keyIndex);
     if (verdict != Ok) {
         check = verdict == E_InternetBadSignature ? rcWrongSignature
                 : verdict == E_InternetBadReplyKey ? rcKeyRefused

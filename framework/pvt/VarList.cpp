@@ -405,12 +405,24 @@ bool CVarList::SubstituteBounded(CString& text, const char* delims, const CSubst
     return !budget.cut;
 }
 
-// Later "=" of a pair are dropped like the first, so "a=b=c" gives a = "bc".
 Int CVarList::ParseQuery(const char* queryStr, bool urlForm)
 {
     ORN_ASSERT(queryStr);
-    if (!queryStr)
-        return 0;
+    struct CSetter : CVisitor {
+        explicit CSetter(CVarList& list) : list(list) {}
+        bool Visit(const char* name, const char* value) override
+        {
+            list.Set(name, value);
+            return true;
+        }
+        CVarList& list;
+    } setter(*this);
+    return queryStr ? VisitQuery(queryStr, urlForm, setter) : 0;
+}
+
+// Later "=" of a pair are dropped like the first, so "a=b=c" gives a = "bc".
+Int CVarList::VisitQuery(const char* queryStr, bool urlForm, CVisitor& visitor)
+{
     const char separator = urlForm ? '&' : ' ';
     CString name, value;
     bool inValue = false;
@@ -422,7 +434,7 @@ Int CVarList::ParseQuery(const char* queryStr, bool urlForm)
                     FormDecode(name, name);
                     FormDecode(value, value);
                 }
-                Set(name, value);
+                visitor.Visit(name, value);
                 ++count;
             }
             name.Empty();

@@ -428,11 +428,13 @@ bool CUpdateWatcher::PrepareSignedReply(RStatus& status)
     mSigned = false;
     mNonce.Empty();
     mReplyCheck = rcSigned;
+    mReplyKeyIndex = 0;
+    mVerified = false;
     CString keyText;
     if (!GlobalVars.GetValue(ReplyKeyVar, keyText))
         return true;
-    if (!ParseReplyKey(keyText, mReplyKey)) {
-        mReplyCheck = rcMalformedKey;
+    mReplyCheck = ReadReplyKeys(keyText, mReplyKeys);
+    if (mReplyCheck != rcSigned) {
         status = E_InternetBadReplyKey;
         return false;
     }
@@ -451,7 +453,26 @@ RStatus CUpdateWatcher::FetchSignedScript(CString& replyText)
     CString page;
     if (!GetPage(page))
         return Failure;
-    return CheckSignedReply(page, mNonce, mReplyKey, replyText, mReplyCheck);
+    RStatus status = CheckSignedReply(page, SentRequest(), mReplyKeys, replyText, mReplyCheck, mReplyKeyIndex);
+    mVerified = status == Ok;
+    return status;
+}
+
+// The request as the reader sent it: the object is the path without its "/", with the query unless a POST
+// took it into the body.
+CSignedRequest CUpdateWatcher::SentRequest() const
+{
+    const CWebRequest& sent = Request();
+    CSignedRequest request;
+    request.method = sent.doPOST ? "POST" : "GET";
+    Int mark = sent.object.Find("?");
+    request.path = "/";
+    request.path.Append(mark < 0 ? sent.object : sent.object.Mid(0, mark));
+    if (mark >= 0)
+        request.query = sent.object.Mid(mark + 1);
+    request.body = sent.body;
+    request.nonce = mNonce;
+    return request;
 }
 
 bool CUpdateWatcher::FetchScript(CString& replyText)

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "Debug.h"
+#include "DynamicLibrary_Win.h"
 #include "Handle_Win.h"
 #include "WebPageReaderPlatform.h"
 
@@ -29,15 +30,6 @@ struct CWinInetFuncs {
 // Owns the loaded library and its entry points.
 class CWinInet {
 public:
-    CWinInet() = default;
-    CWinInet(const CWinInet&) = delete;
-    CWinInet& operator=(const CWinInet&) = delete;
-    ~CWinInet()
-    {
-        if (mLib)
-            ::FreeLibrary(mLib);
-    }
-
     // False when the library or one of its entry points is missing.
     bool Load();
     const CWinInetFuncs& Funcs() const { return mFuncs; }
@@ -45,20 +37,21 @@ public:
 private:
     template <class F> bool Find(F& func, const char* name)
     {
-        // Through the generic function type, which the compiler accepts as a cast to any other.
-        func = reinterpret_cast<F>(reinterpret_cast<void (*)()>(::GetProcAddress(mLib, name)));
+        func = mLib.Find<F>(name);
         return func != nullptr;
     }
 
-    HMODULE mLib = nullptr;
+    CDynamicLibrary mLib;
     CWinInetFuncs mFuncs;
 };
 
 bool CWinInet::Load()
 {
-    ORN_ASSERT((mLib = ::LoadLibraryA("WININET.DLL")) != 0);
-    if (!mLib)
+    // From the system folder only; the report keeps the words it has always had.
+    if (mLib.Load("WININET.DLL").Failed()) {
+        ORN_ASSERT_MSG("(mLib = ::LoadLibraryA(\"WININET.DLL\")) != 0");
         return false;
+    }
     return Find(mFuncs.pInternetOpenA, "InternetOpenA") &&
            Find(mFuncs.pInternetSetStatusCallback, "InternetSetStatusCallback") &&
            Find(mFuncs.pInternetConnectA, "InternetConnectA") && Find(mFuncs.pHttpOpenRequestA, "HttpOpenRequestA") &&

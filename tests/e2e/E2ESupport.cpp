@@ -173,7 +173,15 @@ ScratchInstall::~ScratchInstall()
 {
     ::DeleteFileA(Program().c_str());
     ::DeleteFileA(ConfigPath().c_str());
+    for (const std::string& path : mAdded)
+        ::DeleteFileA(path.c_str());
     ::RemoveDirectoryA(mDir.c_str());
+}
+
+bool ScratchInstall::AddFile(const std::string& from, const std::string& name)
+{
+    mAdded.push_back(mDir + "\\" + name);
+    return ::CopyFileA(from.c_str(), mAdded.back().c_str(), FALSE) != FALSE;
 }
 
 void ScratchInstall::CopyConfig()

@@ -84,9 +84,12 @@ public:
     std::string ConfigPath() const { return mDir + "\\nimbra.vrc"; }
     // Copies the build's nimbra.vrc beside the copy.
     void CopyConfig();
+    // Copies a file beside the copy under that name; false when it cannot.
+    bool AddFile(const std::string& from, const std::string& name);
 
 private:
     std::string mDir;
+    std::vector<std::string> mAdded;
 };
 
 // Registry values written and removed by the tests (string values, created keys).

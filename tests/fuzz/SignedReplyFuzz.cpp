@@ -1,5 +1,7 @@
-// libFuzzer target: a reply page's signature block and the ReplyKey text. Whatever the page holds, the script
-// found is the page's own bytes, and no page passes the check: nothing here knows the private key.
+// libFuzzer target: a reply page's signature block, the ReplyKey text and the canonical form of a query.
+// Whatever the page holds, the script found is the page's own bytes, and no page passes the check: nothing
+// here knows the private key. The canonical form of a query is its own canonical form, so a server that
+// reads it again signs what the program checks.
 #include <cstring>
 
 #include "FuzzSupport.h"
@@ -9,10 +11,17 @@ using namespace Orn;
 
 namespace {
 
-// The key and nonce of the seed "signed": its page passes only with the nonce it was made for, not this one.
-const char cKey[] = "96e23dbbabe464002475d8224c72d5236ab258a0886c3be9b4754b5337f5c723"
-                    "8fb1882f3b3c529c45575e13a1c2c91bb3c0597f8c2bbc3b0e6699097f255e2c";
-const char cNonce[] = "00112233445566778899AABBCCDDEEF0";
+const char cKey[] = "8b735ca5fc10333f03e6cfca9379f5e72f7b5e634d94e65569d594201a9e7d25"
+                    "876dbfae6feeeff853ba1a88395a36be813f2bc6ad87e81836796f5cdcae8784";
+
+void CheckCanonicalForm(const CString& query)
+{
+    CString once, twice;
+    CanonicalParameters(query, "", once);
+    CanonicalParameters(once, "", twice);
+    if (once != twice)
+        FuzzSupport::Fail("a canonical form that changes when read again", query);
+}
 
 } // namespace
 
@@ -20,19 +29,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size)
 {
     FuzzSupport::ExpectAssertions({});
     const CString page = FuzzSupport::Text(data, size);
-    CReplyKey key;
-    if (ParseReplyKey(page, key) && page.Length() != 2 * ReplyKeyBytes)
-        FuzzSupport::Fail("key text of the wrong length", page);
+    CheckCanonicalForm(page);
+    CReplyKeys anyKeys;
+    (void)ReadReplyKeys(page, anyKeys);
     CString script;
     CReplySignature signature;
     if (SplitSignedPage(page, script, signature) == rcSigned && !std::strstr(page, script))
         FuzzSupport::Fail("script that the page does not hold", page);
-    if (!ParseReplyKey(cKey, key))
+    CReplyKeys keys;
+    if (!ParseReplyKeys(cKey, keys))
         FuzzSupport::Fail("the fixed key");
+    CSignedRequest request;
+    request.method = "GET";
+    request.path = "/updatewatch/updatewatch.aspx";
+    request.query = page;
+    request.nonce = "00112233445566778899AABBCCDDEEF0";
     EReplyCheck check = rcSigned;
-    RStatus status = CheckSignedReply(page, cNonce, key, script, check);
+    Int keyIndex = -1;
+    RStatus status = CheckSignedReply(page, request, keys, script, check, keyIndex);
     FuzzSupport::CheckStatus(status);
-    if (status == Ok || check == rcSigned)
+    if (status == Ok || check == rcSigned || keyIndex != -1)
         FuzzSupport::Fail("a page passed without the private key", page);
     return 0;
 }

@@ -209,33 +209,45 @@ TEST_F(UwServerRunning, RefusesWithTheReasonAndRecordsIt)
                             "\"method PUT is not served: use GET or POST\"}\n");
 }
 
-// A request with a nonce gets its page signed for that nonce, as the program checks it; one without gets the
-// page unsigned (above).
-TEST_F(UwServerRunning, SignsEachReplyForItsNonce)
+// A request with a nonce gets its page signed for that very request, as the program checks it; one without
+// gets the page unsigned (above).
+TEST_F(UwServerRunning, SignsEachReplyForItsRequest)
 {
     EXPECT_EQ(mSigner.PublicKeyText(), cReplyKey);
-    Orn::CReplyKey key;
-    ASSERT_TRUE(Orn::ParseReplyKey(mSigner.PublicKeyText().c_str(), key));
-    const std::string nonce = "00112233445566778899aabbccddeeff";
+    Orn::CReplyKeys keys;
+    ASSERT_TRUE(Orn::ParseReplyKeys(mSigner.PublicKeyText().c_str(), keys));
+    const std::string nonce = "00112233445566778899aabbccddeeff", query = "VR_ProdVer=3.20.0.0&VR_Nonce=" + nonce;
+    const std::string delay = "/updatewatch/UwDelayTest.aspx";
     httplib::Client client("127.0.0.1", mServer.Port());
     const struct {
-        const char* name;
+        const char* method;
+        std::string path;
+        std::string query;
+        std::string body;
         httplib::Result result;
     } rows[] = {
-        {"GET", client.Get(mPage + "?VR_ProdVer=3.20.0.0&VR_Nonce=" + nonce)},
-        {"POST", client.Post(mPage, "VR_Nonce=" + nonce + "&VR_ProdVer=3.20.0.0", "application/x-www-form-urlencoded")},
-        {"delay page", client.Get("/updatewatch/UwDelayTest.aspx?VR_TIMEDELAY=0&VR_Nonce=" + nonce)},
+        {"GET", mPage, query, "", client.Get(mPage + "?" + query)},
+        {"POST", mPage, "", query, client.Post(mPage, query, "application/x-www-form-urlencoded")},
+        {"GET", delay, "VR_TIMEDELAY=0&VR_Nonce=" + nonce, "", client.Get(delay + "?VR_TIMEDELAY=0&VR_Nonce=" + nonce)},
     };
     for (const auto& row : rows) {
-        ASSERT_TRUE(row.result) << row.name;
+        ASSERT_TRUE(row.result) << row.method << row.path;
         const std::string& page = row.result->body;
-        EXPECT_EQ(page.substr(0, page.find("[SIG]")), "[START]\nset $reply, \"current.txt\";\n[END]\n") << row.name;
+        EXPECT_EQ(page.substr(0, page.find("[SIG]")), "[START]\nset $reply, \"current.txt\";\n[END]\n") << row.path;
+        Orn::CSignedRequest request;
+        request.method = row.method;
+        request.path = row.path.c_str();
+        request.query = row.query.c_str();
+        request.body = row.body.c_str();
+        request.nonce = nonce.c_str();
         Orn::CString script;
         Orn::EReplyCheck check;
-        EXPECT_EQ(Orn::CheckSignedReply(page.c_str(), nonce.c_str(), key, script, check), Orn::Ok) << row.name;
-        EXPECT_STREQ(script, "\nset $reply, \"current.txt\";\n") << row.name;
-        EXPECT_EQ(Orn::CheckSignedReply(page.c_str(), "00112233445566778899AABBCCDDEEFF", key, script, check),
+        Orn::Int keyIndex = -1;
+        EXPECT_EQ(Orn::CheckSignedReply(page.c_str(), request, keys, script, check, keyIndex), Orn::Ok) << row.path;
+        EXPECT_STREQ(script, "\nset $reply, \"current.txt\";\n") << row.path;
+        request.nonce = "00112233445566778899AABBCCDDEEFF";
+        EXPECT_EQ(Orn::CheckSignedReply(page.c_str(), request, keys, script, check, keyIndex),
                   Orn::E_InternetBadSignature)
-            << row.name << ": the nonce is signed as the request wrote it";
+            << row.path << ": the nonce is signed as the request wrote it";
     }
 }

@@ -49,12 +49,37 @@ TEST(OpenURLPolicy, WebRefusesEverythingButPlainWebPages)
         "http://example..com/",
         "http://example.com./",
         "http://[::1]/",
+        "http://example.com/%22--flag",
+        "http://example.com/%5c..%5Cx.exe",
+        "http://exa%2Fmple.com/",
+        "http://example.com%2F/",
     };
     for (const char* url : hostile) {
         EXPECT_FALSE(IsPlainWebURL(url)) << url;
         EXPECT_EQ(FirstVerdict("web", url), COpenURLPolicy::urlRefused) << url;
     }
     EXPECT_FALSE(IsPlainWebURL(nullptr));
+}
+
+// The longest URL, host name and label that DNS and browsers take pass; one character more does not.
+TEST(OpenURLPolicy, WebLengthLimits)
+{
+    const std::string label63(63, 'a'), host253 = label63 + "." + label63 + "." + label63 + "." + std::string(61, 'b');
+    const std::string url2048 = "http://example.com/" + std::string(2048 - 19, 'x');
+    const struct {
+        std::string url;
+        bool plain;
+    } rows[] = {
+        {url2048, true},
+        {url2048 + "x", false},
+        {"http://" + host253 + "/", true},
+        {"http://" + host253 + "b/", false},
+        {"http://" + label63 + ".com/", true},
+        {"http://" + label63 + "a.com/", false},
+        {"http://www." + label63 + "a/", false},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(IsPlainWebURL(row.url.c_str()), row.plain) << row.url.size() << " " << row.url.substr(0, 80);
 }
 
 TEST(OpenURLPolicy, WebAcceptsPlainWebPages)

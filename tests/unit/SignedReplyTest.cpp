@@ -11,16 +11,34 @@ using namespace Orn;
 
 namespace {
 
-// Made once with OpenSSL ("openssl dgst -sha256 -sign" over the message of the vector, the DER signature
+// Made once with OpenSSL ("openssl dgst -sha256 -sign" with the second key over cMessage, the DER signature
 // taken apart into r and s); the keys are the points of "openssl ec -pubout".
-const char cKey[] = "96e23dbbabe464002475d8224c72d5236ab258a0886c3be9b4754b5337f5c723"
-                    "8fb1882f3b3c529c45575e13a1c2c91bb3c0597f8c2bbc3b0e6699097f255e2c";
-const char cOtherKey[] = "a8e7d53839205686c4b22c46670c0726c2737a098e195bbbb0f0b43f460b857c"
-                         "cfd30271cfb0c2235dcc8604ce1193ee96b4217cf155dd8ca8366f1c76c33d36";
+const char cKey[] = "8b735ca5fc10333f03e6cfca9379f5e72f7b5e634d94e65569d594201a9e7d25"
+                    "876dbfae6feeeff853ba1a88395a36be813f2bc6ad87e81836796f5cdcae8784";
+const char cSigningKey[] = "9e089437e6a1d885f4910ca6c5b19b6ea2e6ed42e2ded645097dec6e9dd05ae2"
+                           "8a2f69f8c6d602d4ee37f8e1c8e6bbeee9f8d42298374882258ea96e9b129e69";
 const char cNonce[] = "00112233445566778899AABBCCDDEEFF";
+const char cPath[] = "/updatewatch/updatewatch.aspx";
+const char cQuery[] = "VR_ProdVer=3.10.0.0&PagesTotal=1&VR_Nonce=00112233445566778899AABBCCDDEEFF";
 const char cScript[] = "\r\nset $reply, \"genuine\";\r\n";
-const char cSignature[] = "960C3D019520C2BE7F4C715428C57342979F435AD22C70C02B465AF7DB95E623"
-                          "CB8F2882339251F613FAC0B68C75223231D11E663799344DAF9C43A0E82545B5";
+// What is signed, written out so that any change of the form is seen.
+const char cMessage[] = "UWREPLY2\nGET\n/updatewatch/updatewatch.aspx\n00112233445566778899AABBCCDDEEFF\n"
+                        "VR_ProdVer=3.10.0.0&PagesTotal=1&VR_Nonce=00112233445566778899AABBCCDDEEFF\n"
+                        "\r\nset $reply, \"genuine\";\r\n";
+const char cSignature[] = "674D3FDAC10B53FC63E84115DDBADE3181818A2FD203DE864F3A5DD9421E37D6"
+                          "8C9150EB225B65A6BC5EDBC839CE0980BF5986987D8B4BDDC5B782098F7AD2E1";
+
+CSignedRequest Request(const char* method, const char* path, const char* query, const char* body = "",
+                       const char* nonce = cNonce)
+{
+    CSignedRequest request;
+    request.method = method;
+    request.path = path;
+    request.query = query;
+    request.body = body;
+    request.nonce = nonce;
+    return request;
+}
 
 std::string Page(const std::string& script, const std::string& block)
 {
@@ -46,43 +64,93 @@ std::string Upper(std::string text)
 
 } // namespace
 
-// Exactly 128 hexadecimal digits of either case; anything else is refused and leaves the key as it was.
+// One to four keys of exactly 128 hexadecimal digits of either case, separated by commas with blanks around
+// them; anything else is refused and leaves the keys as they were.
 TEST(SignedReply, KeyText)
 {
-    const std::string key(cKey);
+    const std::string key(cKey), second(cSigningKey);
     const struct {
         std::string text;
-        bool ok;
+        int count; // 0: refused
     } rows[] = {
-        {key, true},
-        {Upper(key), true},
-        {"", false},
-        {key.substr(1), false},
-        {key + "\n", false},
-        {" " + key.substr(1), false},
-        {"0x" + key.substr(2), false},
-        {"g" + key.substr(1), false},
-        {key.substr(0, 127) + "\xC0", false},
+        {key, 1}, {Upper(key), 1}, {" \t" + key + ", " + second + " ", 2},
+        {key + "," + second + "," + key + "," + second, 4},
+        {key + "," + second + "," + key + "," + second + "," + key, 0},
+        {"", 0}, {key + ",", 0}, {"," + key, 0}, {key + ",," + second, 0}, {key + " " + second, 0},
+        {key + ";" + second, 0}, {key.substr(1), 0}, {key + "\n", 0}, {"0x" + key.substr(2), 0},
+        {"g" + key.substr(1), 0}, {key.substr(0, 127) + "\xC0", 0},
     };
     for (const auto& row : rows) {
-        CReplyKey parsed;
-        parsed.bytes[0] = 0x5A;
-        EXPECT_EQ(ParseReplyKey(row.text.c_str(), parsed), row.ok) << "'" << row.text << "'";
-        EXPECT_EQ(Hex(parsed.bytes, 1), row.ok ? Upper(key.substr(0, 2)) : "5A") << row.text;
-        if (row.ok) {
-            EXPECT_EQ(Hex(parsed.bytes, ReplyKeyBytes), Upper(key));
+        CReplyKeys parsed;
+        parsed.count = 7;
+        EXPECT_EQ(ParseReplyKeys(row.text.c_str(), parsed), row.count > 0) << "'" << row.text << "'";
+        EXPECT_EQ(parsed.count, row.count > 0 ? row.count : 7) << row.text;
+        if (row.count > 1) {
+            EXPECT_EQ(Hex(parsed.keys[0].bytes, ReplyKeyBytes), Upper(key));
+            EXPECT_EQ(Hex(parsed.keys[1].bytes, ReplyKeyBytes), Upper(second));
         }
     }
-    CReplyKey parsed;
-    EXPECT_FALSE(ParseReplyKey(nullptr, parsed));
+    CReplyKeys parsed;
+    EXPECT_FALSE(ParseReplyKeys(nullptr, parsed));
+}
+
+// Each key must be a point of the curve, whatever the system's cryptography would say of it.
+TEST(SignedReply, KeysThatAreNoPoints)
+{
+    const std::string key(cKey), notAPoint = key.substr(0, 127) + (key[127] == '0' ? "1" : "0");
+    const struct {
+        std::string text;
+        EReplyCheck check;
+    } rows[] = {
+        {key + "," + cSigningKey, rcSigned},
+        {std::string(cSigningKey) + "," + notAPoint, rcKeyRefused},
+        {"ffffffff00000001000000000000000000000000ffffffffffffffffffffffff" + key.substr(64), rcKeyRefused},
+        {std::string(128, '0'), rcKeyRefused},
+        {key.substr(1), rcMalformedKey},
+    };
+    for (const auto& row : rows) {
+        CReplyKeys keys;
+        EXPECT_EQ(ReadReplyKeys(row.text.c_str(), keys), row.check) << row.text;
+    }
+}
+
+// The parameters as the server reads them, encoded again: a proxy that re-encodes them changes nothing, one
+// that changes what they say changes the form.
+TEST(SignedReply, CanonicalParameters)
+{
+    const struct {
+        const char* query;
+        const char* body;
+        const char* canonical;
+    } rows[] = {
+        {cQuery, "", cQuery},
+        {"", cQuery, cQuery},
+        {"a=1", "b=2", "a=1&b=2"},
+        {"a=%7e%2f%20x+y", "", "a=%7E%2F+x+y"},
+        {"a=1&&b=2&", "", "a=1&b=2"},
+        {"=x&a", "", "a="},
+        {"a=b=c", "", "a=bc"},
+        {"a=1&a=2", "", "a=1&a=2"},
+        {"%zz=%", "", "%25zz=%25"},
+        {"", "", ""},
+    };
+    for (const auto& row : rows) {
+        CString canonical("untouched");
+        CanonicalParameters(row.query, row.body, canonical);
+        EXPECT_STREQ(canonical, row.canonical) << row.query << " | " << row.body;
+    }
+    CString message;
+    BuildSignedMessage(Request("GET", cPath, cQuery), CString(cScript), message);
+    EXPECT_STREQ(message, cMessage);
 }
 
 // Where the block may stand and what it must hold; the script is the envelope's bytes as they came.
 TEST(SignedReply, SignatureBlock)
 {
     const std::string sig(cSignature);
-    const std::string lower = "960c3d019520c2be7f4c715428c57342979f435ad22c70c02b465af7db95e623"
-                              "cb8f2882339251f613fac0b68c75223231d11e663799344daf9c43a0e82545b5";
+    std::string lower = sig;
+    for (char& ch : lower)
+        ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
     const struct {
         const char* name;
         std::string page;
@@ -119,40 +187,67 @@ TEST(SignedReply, SignatureBlock)
     }
 }
 
-// The system's cryptography against OpenSSL's signature: only the exact script, for this nonce, under this
-// key is run, and then as text (CR LF as LF).
+// The system's cryptography against OpenSSL's signature: only the exact script, for this very request, under
+// one of the keys is run, and then as text (CR LF as LF). A key the system refuses refuses the page even when
+// another key made the signature.
 TEST(SignedReply, CheckAgainstAnOpenSSLSignature)
 {
     std::string changed = cScript;
     changed[changed.find("genuine") + 6] = 'E';
+    const std::string page = Page(cScript, Block(cSignature)), key(cKey), signing(cSigningKey);
+    const std::string nonce = std::string("&VR_Nonce=") + cNonce;
+    const CSignedRequest sent = Request("GET", cPath, cQuery);
     const struct {
         const char* name;
         std::string page;
-        const char* nonce;
-        const char* key;
+        CSignedRequest request;
+        std::string keys;
         RStatus status;
         EReplyCheck check;
+        Int keyIndex;
     } rows[] = {
-        {"signed", Page(cScript, Block(cSignature)), cNonce, cKey, Ok, rcSigned},
-        {"one changed byte", Page(changed, Block(cSignature)), cNonce, cKey, E_InternetBadSignature,
-         rcWrongSignature},
-        {"made for another nonce", Page(cScript, Block(cSignature)), "00112233445566778899AABBCCDDEEF0", cKey,
-         E_InternetBadSignature, rcWrongSignature},
-        {"nonce in lower case", Page(cScript, Block(cSignature)), "00112233445566778899aabbccddeeff", cKey,
-         E_InternetBadSignature, rcWrongSignature},
-        {"another key", Page(cScript, Block(cSignature)), cNonce, cOtherKey, E_InternetBadSignature,
-         rcWrongSignature},
-        {"all zero", Page(cScript, Block(std::string(128, '0'))), cNonce, cKey, E_InternetBadSignature,
-         rcWrongSignature},
-        {"no block", Page(cScript, ""), cNonce, cKey, E_InternetBadSignature, rcNoSignature},
+        {"signed", page, sent, signing, Ok, rcSigned, 0},
+        {"the second of two keys", page, sent, key + "," + signing, Ok, rcSigned, 1},
+        {"a query re-encoded on the way", page,
+         Request("GET", cPath, ("VR_ProdVer=3%2e10.0.0&PagesTotal=%31" + nonce).c_str()), signing, Ok, rcSigned, 0},
+        {"one changed byte", Page(changed, Block(cSignature)), sent, signing, E_InternetBadSignature,
+         rcWrongSignature, -1},
+        {"another key", page, sent, key, E_InternetBadSignature, rcWrongSignature, -1},
+        {"POST", page, Request("POST", cPath, "", cQuery), signing, E_InternetBadSignature, rcWrongSignature, -1},
+        {"all zero", Page(cScript, Block(std::string(128, '0'))), sent, signing, E_InternetBadSignature,
+         rcWrongSignature, -1},
+        {"no block", Page(cScript, ""), sent, signing, E_InternetBadSignature, rcNoSignature, -1},
     };
     for (const auto& row : rows) {
-        CReplyKey key;
-        ASSERT_TRUE(ParseReplyKey(row.key, key));
+        CReplyKeys keys;
+        ASSERT_TRUE(ParseReplyKeys(row.keys.c_str(), keys)) << row.name;
         CString script;
         EReplyCheck check = rcNoVerifier;
-        EXPECT_EQ(CheckSignedReply(row.page.c_str(), row.nonce, key, script, check), row.status) << row.name;
+        Int keyIndex = -1;
+        EXPECT_EQ(CheckSignedReply(row.page.c_str(), row.request, keys, script, check, keyIndex), row.status)
+            << row.name;
         EXPECT_EQ(check, row.check) << row.name;
+        EXPECT_EQ(keyIndex, row.keyIndex) << row.name;
         EXPECT_STREQ(script, row.status == Ok ? "\nset $reply, \"genuine\";\n" : "") << row.name;
     }
 }
+
+#ifndef _WIN32
+// A key the system refuses refuses the page even when another key made its signature. (OpenSSL refuses a
+// key that is no point; Wine's CNG takes one, which the engine's own check of the keys makes up for.)
+TEST(SignedReply, AKeyTheSystemRefusesRefusesThePage)
+{
+    std::string notAPoint = cSigningKey;
+    notAPoint[127] = notAPoint[127] == '0' ? '1' : '0';
+    CReplyKeys keys;
+    ASSERT_TRUE(ParseReplyKeys((std::string(cSigningKey) + "," + notAPoint).c_str(), keys));
+    CString script;
+    EReplyCheck check = rcSigned;
+    Int keyIndex = -1;
+    EXPECT_EQ(CheckSignedReply(Page(cScript, Block(cSignature)).c_str(), Request("GET", cPath, cQuery), keys,
+                               script, check, keyIndex),
+              E_InternetBadReplyKey);
+    EXPECT_EQ(check, rcKeyRefused);
+    EXPECT_EQ(keyIndex, -1);
+}
+#endif

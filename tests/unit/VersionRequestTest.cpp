@@ -224,18 +224,22 @@ TEST_F(UpdateWatcherTest, CheckWithTimeoutReturnsTheReadFailure)
     EXPECT_FALSE(mURL.IsEmpty());
 }
 
-// Nothing is built, read or shown for a scheme other than "http" or "https", or a ReplyKey that is not 128
-// hexadecimal digits (the key text's rules are SignedReply's, "ftp" is HttpsE2E's): a key that cannot be read never
-// means an unsigned check.
+// Nothing is built, read or shown for a scheme other than "http" or "https", or a ReplyKey that is not a list
+// of keys or holds one that is no point of the curve (the key text's rules are SignedReply's, "ftp" is
+// HttpsE2E's): a key that cannot be used never means an unsigned check.
 TEST_F(UpdateWatcherTest, BadSettingsFailTheCheck)
 {
     const struct {
         const char* name;
         std::string value;
         RStatus status;
+        EReplyCheck check;
     } rows[] = {
-        {"VersionScheme", "HTTPS", E_InternetBadScheme},  {"VersionScheme", "", E_InternetBadScheme},
-        {"VersionScheme", "https ", E_InternetBadScheme}, {"ReplyKey", "", E_InternetBadReplyKey},
+        {"VersionScheme", "HTTPS", E_InternetBadScheme, rcSigned},
+        {"VersionScheme", "", E_InternetBadScheme, rcSigned},
+        {"VersionScheme", "https ", E_InternetBadScheme, rcSigned},
+        {"ReplyKey", "", E_InternetBadReplyKey, rcMalformedKey},
+        {"ReplyKey", std::string(64, '0').append(64, 'F'), E_InternetBadReplyKey, rcKeyRefused},
     };
     const CVarList defaults = GlobalVars;
     for (const auto& row : rows) {
@@ -253,7 +257,7 @@ TEST_F(UpdateWatcherTest, BadSettingsFailTheCheck)
         EXPECT_EQ(watcher.mBoxes, "") << row.value;
         EXPECT_STREQ(reply, "") << row.value;
         EXPECT_STREQ(mURL, "") << row.value;
-        EXPECT_EQ(watcher.ReplyCheck(), row.status == E_InternetBadReplyKey ? rcMalformedKey : rcSigned) << row.value;
+        EXPECT_EQ(watcher.ReplyCheck(), row.check) << row.value;
     }
 }
 
@@ -261,7 +265,8 @@ TEST_F(UpdateWatcherTest, BadSettingsFailTheCheck)
 // gets it too.
 TEST_F(UpdateWatcherTest, ReplyKeyAddsAFreshNonce)
 {
-    GlobalVars.Set("ReplyKey", std::string(64, '0').append(64, 'F').c_str());
+    GlobalVars.Set("ReplyKey", "8b735ca5fc10333f03e6cfca9379f5e72f7b5e634d94e65569d594201a9e7d25"
+                               "876dbfae6feeeff853ba1a88395a36be813f2bc6ad87e81836796f5cdcae8784");
     CVarList overrides;
     overrides.Set("VR_Nonce", "chosen");
     OrnTest::AssertRecorder rec;

@@ -85,11 +85,10 @@ std::string CReplySigner::PublicKeyText() const
     return Hex(point, sizeof point);
 }
 
-std::string CReplySigner::SignatureBlock(const std::string& nonce, const std::string& script) const
+std::string CReplySigner::SignatureBlock(const Orn::CSignedRequest& request, const std::string& script) const
 {
     Orn::CString message;
-    Orn::BuildSignedMessage(nonce.c_str(), Orn::CString(script.data(), static_cast<Orn::Int>(script.size())),
-                            message);
+    Orn::BuildSignedMessage(request, Orn::CString(script.data(), static_cast<Orn::Int>(script.size())), message);
     std::unique_ptr<EVP_MD_CTX, CMdCtxFree> ctx(EVP_MD_CTX_new());
     unsigned char der[128];
     std::size_t length = sizeof der;

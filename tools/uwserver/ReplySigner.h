@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "SignedReply.h"
+
 struct evp_pkey_st;
 
 class CReplySigner {
@@ -18,9 +20,9 @@ public:
     bool Load(const std::string& pemPath, std::string& error);
     // The public key as the program's ReplyKey: X then Y, 128 upper-case hexadecimal digits.
     std::string PublicKeyText() const;
-    // "[SIG]", the signature of the script (the page's bytes between "[START]" and "[END]") for the nonce as
+    // "[SIG]", the signature of the script (the page's bytes between "[START]" and "[END]") for the request as
     // 128 upper-case hexadecimal digits, "[/SIG]"; empty when OpenSSL fails. Safe from the server's threads.
-    std::string SignatureBlock(const std::string& nonce, const std::string& script) const;
+    std::string SignatureBlock(const Orn::CSignedRequest& request, const std::string& script) const;
 
 private:
     struct CKeyFree {

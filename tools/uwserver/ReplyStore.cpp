@@ -66,12 +66,12 @@ bool CReplyStore::Load(const std::string& folder, const std::vector<std::string>
     return ok;
 }
 
-std::string CReplyStore::Page(const std::string& name, const std::string& nonce) const
+std::string CReplyStore::Page(const std::string& name, const Orn::CSignedRequest* request) const
 {
     const std::string& script = mScripts.at(name);
     std::string page = cStart + script + cEnd;
-    if (!mSigner || nonce.empty())
+    if (!mSigner || !request || request->nonce.IsEmpty())
         return page;
-    std::string block = mSigner->SignatureBlock(nonce, script);
+    std::string block = mSigner->SignatureBlock(*request, script);
     return block.empty() ? "" : page + block + "\n";
 }

@@ -1,6 +1,6 @@
 // The reply pages the server sends. Every page is made here: each reply script of the folder, checked as the
 // program would run it, wrapped in the envelope the program cuts the script out of, and signed for the
-// request's nonce when the server has a key.
+// request when the server has a key.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +9,9 @@
 #include <vector>
 
 class CReplySigner;
+namespace Orn {
+struct CSignedRequest;
+}
 
 class CReplyStore {
 public:
@@ -22,9 +25,9 @@ public:
     // in `errors`; warnings about scripts that can be served go to `warnings`.
     bool Load(const std::string& folder, const std::vector<std::string>& names, std::string& errors,
               std::string& warnings);
-    // The page of a reply the store holds; with a signer and a nonce, the signature block follows "[END]".
-    // Empty when the signature cannot be made.
-    std::string Page(const std::string& name, const std::string& nonce = "") const;
+    // The page of a reply the store holds; with a signer and a request that carries a nonce, the signature
+    // block for that request follows "[END]". Empty when the signature cannot be made.
+    std::string Page(const std::string& name, const Orn::CSignedRequest* request = nullptr) const;
 
 private:
     bool LoadOne(const std::string& folder, const std::string& name, std::string& errors, std::string& warnings);

@@ -77,6 +77,9 @@ std::string LibraryErrorText(const httplib::Request& req, int& status)
     }
 }
 
+// The parameters of a POST come in its body; any other body is not read.
+bool IsFormPost(const httplib::Request& req) { return req.method == "POST" && !req.body.empty(); }
+
 CRequestEntry NewEntry(const httplib::Request& req, const CTarget& target)
 {
     CRequestEntry entry;
@@ -151,7 +154,14 @@ void CVersionServer::Handle(const httplib::Request& req, httplib::Response& res)
         entry.error =
             "no page here: " + target.path + " (this server answers " + cVersionPage + " and " + cDelayPage + ")";
     }
-    std::string page = entry.status == 200 ? mReplies.Page(entry.reply, nonce) : "";
+    Orn::CSignedRequest signedFor;
+    signedFor.method = req.method.c_str();
+    signedFor.path = target.path.c_str();
+    signedFor.query = target.query.c_str();
+    if (IsFormPost(req))
+        signedFor.body = req.body.c_str();
+    signedFor.nonce = nonce.c_str();
+    std::string page = entry.status == 200 ? mReplies.Page(entry.reply, &signedFor) : "";
     if (entry.status == 200 && page.empty()) {
         entry.status = 500;
         entry.error = "the reply could not be signed";
@@ -187,7 +197,7 @@ bool CVersionServer::ReadNonce(const CVarList& params, std::string& nonce, CRequ
 bool CVersionServer::ReadParams(const httplib::Request& req, const std::string& query, CVarList& params,
                                 CRequestEntry& entry)
 {
-    bool formBody = req.method == "POST" && !req.body.empty();
+    bool formBody = IsFormPost(req);
     if (formBody && !StartsWithNoCase(req.get_header_value("Content-Type"), cFormType)) {
         entry.status = 400;
         entry.error = std::string("a POST body must be ") + cFormType;
