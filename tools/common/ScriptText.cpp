@@ -1,4 +1,5 @@
-// Line and column positions in a reply script, the excerpts that show them, and reading script files.
+// Line and column positions in a reply script, the excerpts and findings that show them, and reading script
+// files.
 #include "ScriptText.h"
 
 #include <algorithm>
@@ -13,7 +14,33 @@ namespace {
 constexpr std::size_t cExcerptWidth = 100;
 constexpr std::size_t cExcerptLead = 60;
 
+// A byte that continues a UTF-8 sequence takes no column of its own.
+bool Continues(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
+
+std::size_t Columns(const std::string& text, std::size_t from, std::size_t to)
+{
+    std::size_t columns = 0;
+    for (std::size_t i = from; i < to; ++i)
+        columns += Continues(text[i]) ? 0 : 1;
+    return columns;
+}
+
 } // namespace
+
+bool HasErrors(const std::vector<CScriptFinding>& findings)
+{
+    return std::any_of(findings.begin(), findings.end(), [](const CScriptFinding& f) { return !f.warning; });
+}
+
+void SortFindings(std::vector<CScriptFinding>& findings)
+{
+    std::stable_sort(findings.begin(), findings.end(),
+                     [](const CScriptFinding& a, const CScriptFinding& b) { return a.offset < b.offset; });
+    auto same = [](const CScriptFinding& a, const CScriptFinding& b) {
+        return a.offset == b.offset && a.warning == b.warning && a.message == b.message;
+    };
+    findings.erase(std::unique(findings.begin(), findings.end(), same), findings.end());
+}
 
 CScriptText::CScriptText(std::string name, std::string text) : mName(std::move(name)), mText(std::move(text))
 {
@@ -33,7 +60,7 @@ CScriptText::CPosition CScriptText::PositionOf(std::size_t offset) const
     std::size_t line = static_cast<std::size_t>(next - mLineStarts.begin());
     CPosition pos;
     pos.line = static_cast<int>(line);
-    pos.column = static_cast<int>(offset - mLineStarts[line - 1] + 1);
+    pos.column = static_cast<int>(Columns(mText, mLineStarts[line - 1], offset) + 1);
     return pos;
 }
 
@@ -53,20 +80,40 @@ std::size_t CScriptText::LineEnd(std::size_t start) const
 
 std::string CScriptText::Excerpt(std::size_t offset) const
 {
+    offset = std::min(offset, mText.size());
     CPosition pos = PositionOf(offset);
     std::size_t lineStart = mLineStarts[static_cast<std::size_t>(pos.line) - 1];
-    std::size_t column = static_cast<std::size_t>(pos.column) - 1;
-    std::size_t from = column > cExcerptLead + 20 ? column - cExcerptLead : 0;
-    std::size_t to = std::min(LineEnd(lineStart), lineStart + from + cExcerptWidth);
-    std::string line = from > 0 ? "..." : "";
+    std::size_t from = lineStart;
+    if (offset - lineStart > cExcerptLead + 20)
+        from = offset - cExcerptLead;
+    std::size_t to = std::min(LineEnd(lineStart), from + cExcerptWidth);
+    // A cut line starts and ends on whole characters.
+    while (from < offset && Continues(mText[from]))
+        ++from;
+    while (to > from && to < mText.size() && Continues(mText[to]))
+        --to;
+    std::string line = from > lineStart ? "..." : "";
     std::string caret(line.size(), ' ');
-    for (std::size_t i = lineStart + from; i < to; ++i) {
+    for (std::size_t i = from; i < to; ++i) {
         unsigned char c = static_cast<unsigned char>(mText[i]);
         line += c == '\t' || c >= 0x20 ? static_cast<char>(c) : '?';
-        if (i < lineStart + column)
+        if (i < offset && !Continues(mText[i]))
             caret += c == '\t' ? '\t' : ' ';
     }
     return "  " + line + "\n  " + caret + "^\n";
+}
+
+std::string CScriptText::Format(const std::vector<CScriptFinding>& findings) const
+{
+    std::string out;
+    for (const CScriptFinding& f : findings) {
+        const char* kind = f.warning ? ": warning: " : ": ";
+        if (f.offset == CScriptFinding::cWholeFile)
+            out += mName + kind + f.message + "\n";
+        else
+            out += Where(f.offset) + kind + f.message + "\n" + Excerpt(f.offset);
+    }
+    return out;
 }
 
 bool ReadSmallFile(const std::string& path, std::size_t maxBytes, std::string& text, std::string& error)
