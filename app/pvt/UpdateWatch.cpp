@@ -135,6 +135,7 @@ bool CUpdateWatchApp::Run(Int)
     CFileVersionInfo fvi;
     if (!CVersion::GetVersionInfo(ProgramFile(), fvi))
         ORN_ASSERT_MSG("CVersion::GetVersionInfo(fvi)");
+    DropTrailingBlanks(fvi.mProductVersionStr);
     GlobalVars.Set("ProductVersion", fvi.mProductVersionStr);
     if (ReadConfiguration().Failed()) {
         SetExitCode(exitFailure);

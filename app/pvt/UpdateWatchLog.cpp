@@ -31,6 +31,19 @@ void CUpdateWatchApp::LogText(const char* text, const char* more, const char* en
         log->WriteText(end);
 }
 
+void CUpdateWatchApp::LogInline(const char* text)
+{
+    CString line;
+    for (const char* p = text; *p; ++p) {
+        const char* escape = *p == '\n' ? "\\n" : (*p == '\r' ? "\\r" : (*p == '\t' ? "\\t" : nullptr));
+        if (escape)
+            line.Append(escape);
+        else
+            line.AppendChar(*p);
+    }
+    LogText(line);
+}
+
 void CUpdateWatchApp::LogCut(const char* what) { LogText("Text cut short at a substitution bound: ", what, ".\n"); }
 
 bool CUpdateWatchApp::OpenLog(const char* filename, bool fixedName)

@@ -89,6 +89,7 @@ TEST_F(LogE2E, LayoutOfARunAndWhatTheRegistryAddsToIt)
         EXPECT_TRUE(HasText(log, std::string("\t") + names[i] + "\t=\t\"level" + std::to_string(i + 1) + "\"\r\n"))
             << names[i] << "\n" << log;
     EXPECT_TRUE(HasText(log, "\tVendorId\t=\t\"FromRegistry\"\r\n")) << "the registry beats the configuration file";
+    EXPECT_TRUE(HasText(log, "\tProductVersion\t=\t\"3.1\"\r\n")) << "no blank where the build date was";
     EXPECT_TRUE(HasText(log, "Start: Check if Nimbra already installed {\r\n\tInstalledVersion = '3.0 beta 2'.\r\n"
                               "\tserver path from InprocServer32 key = "
                               "'C:\\Program Files\\Vantrel\\Nimbra\\nimbra.dll'.\r\n"
@@ -103,7 +104,7 @@ TEST_F(LogE2E, LayoutOfARunAndWhatTheRegistryAddsToIt)
     EXPECT_TRUE(HasText(log, ").\r\n\r\nInstall source folder = '" + BinDir() + "'.\r\n")) << log;
     EXPECT_TRUE(HasText(log, "'.\r\n\r\nStart: Getting version of UpdateWatch.exe {\r\n"
                               "\tThe version of Nimbra currently being installed (UpdateWatch's product version) = "
-                              "'3.1 '.\r\n} End: Getting version of UpdateWatch.exe\r\n\r\n"))
+                              "'3.1'.\r\n} End: Getting version of UpdateWatch.exe\r\n\r\n"))
         << log;
     EXPECT_TRUE(HasText(log, "Start: Initializing installation directories {\r\n\t'Program Files' directory = '"))
         << log;
