@@ -35,11 +35,13 @@ void CUpdateWatchApp::LogInline(const char* text)
 {
     CString line;
     for (const char* p = text; *p; ++p) {
-        const char* escape = *p == '\n' ? "\\n" : (*p == '\r' ? "\\r" : (*p == '\t' ? "\\t" : nullptr));
-        if (escape)
-            line.Append(escape);
-        else
-            line.AppendChar(*p);
+        char c = *p;
+        char escaped = c == '\n' ? 'n' : (c == '\r' ? 'r' : (c == '\t' ? 't' : 0));
+        if (escaped) {
+            line.AppendChar('\\');
+            c = escaped;
+        }
+        line.AppendChar(c);
     }
     LogText(line);
 }

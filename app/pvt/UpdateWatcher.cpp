@@ -35,21 +35,15 @@ bool CNBVersionScriptInterpreter::ConfirmStep(const char* step)
     return ::MessageBoxA(nullptr, text, cBoxTitle, MB_YESNO) == IDYES;
 }
 
-// The box is for the user; the log keeps the message and the excerpt on one line for support.
+// The box is for the user; the log keeps its text, message and excerpt, on one line for support.
 void CNBVersionScriptInterpreter::ReportError(const char* error)
 {
     ::MessageBoxA(nullptr, error, cBoxTitle, MB_ICONSTOP | MB_OK);
     CUpdateWatchApp* app = CUpdateWatchApp::Get();
     if (!app)
         return;
-    static const char cTokenHeading[] = "\nCurrent token:\n";
-    Int at = Str::Find(error, cTokenHeading);
-    const char* excerpt = at >= 0 ? error + at + sizeof cTokenHeading - 1 : "";
-    app->LogText("Script error: \"");
-    app->LogInline(ErrorText());
-    app->LogText("\", current token: \"");
-    app->LogInline(excerpt);
-    app->LogText("\".\n");
+    app->LogInline(error);
+    app->LogText("\n");
 }
 
 bool CNBVersionScriptInterpreter::CheckURL(const char* url) { return CheckURLPolicy(mURLPolicy, url); }

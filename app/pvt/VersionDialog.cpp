@@ -110,12 +110,13 @@ void CNBVersionReplyDlg::LogAnswer() const
     CUpdateWatchApp* app = CUpdateWatchApp::Get();
     if (!app)
         return;
-    app->LogText(mClosed ? "Reply dialog: closed, meaning \"" : "Reply dialog: pressed \"");
+    app->LogText("Reply dialog: ", mClosed ? "closed, meaning \"" : "pressed \"");
     app->LogInline(mButtons[mPressed].text);
     app->LogText("\" (jump to ", mButtons[mPressed].label, ")");
-    if (mHasCheckbox)
-        app->LogText(mChecked ? ", checkbox ticked (" : ", checkbox not ticked (", mCheckboxVar,
-                     mChecked != mNegate ? " = 1)" : " = 0)");
+    if (mHasCheckbox) {
+        app->LogText(", checkbox ", mChecked ? "" : "not ", "ticked (");
+        app->LogText(mCheckboxVar, mChecked != mNegate ? " = 1)" : " = 0)");
+    }
     app->LogText(".\n");
 }
 

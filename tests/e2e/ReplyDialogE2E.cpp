@@ -393,7 +393,7 @@ TEST(ReplyDialogE2E, CheckboxShowsAndStoresItsVariable)
     }
 }
 
-// The box shows the error; the log keeps it on one line, the excerpt's line ends and tabs written as \n and \t.
+// The box shows the error; the log keeps its text on one line, line ends and tabs written as \n and \t.
 TEST(ReplyDialogE2E, RefusedDialogOptionsAreScriptErrors)
 {
     struct Row {
@@ -417,8 +417,8 @@ TEST(ReplyDialogE2E, RefusedDialogOptionsAreScriptErrors)
         ASSERT_EQ(run.boxes.size(), 1u) << row.name;
         EXPECT_EQ(run.boxes[0], "Script error: \"" + std::string(row.message) + "\".\nCurrent token:\n" + row.excerpt)
             << row.name;
-        EXPECT_TRUE(HasText(run.log, "Script error: \"" + std::string(row.message) + "\", current token: \"" +
-                                         row.loggedExcerpt + "\".\r\nFailure: run script\r\n"))
+        EXPECT_TRUE(HasText(run.log, "Script error: \"" + std::string(row.message) + "\".\\nCurrent token:\\n" +
+                                         row.loggedExcerpt + "\r\nFailure: run script\r\n"))
             << row.name << "\n" << run.log;
     }
 }
