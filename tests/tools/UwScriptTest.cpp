@@ -60,6 +60,8 @@ TEST(UwScript, CheckReportsEveryCommandsErrorsAndCertainFailures)
     const CCheckCase cases[] = {
         {"clean", "set $a, 1;\nif $a, 2, x, next, exit;\n:x dialog \"T\", \"m\", button, \"OK\", exit;", "", 0},
         {"tokenizer", "set $a, 1;\n  set $b, 2 = 3;", "s.txt:2:13: unexpected character '=' (write set NAME, VALUE;)\n", 1},
+        {"a letter outside a string", "set $a, 1;\nset $b\xC3\xA4, 2;",
+         "s.txt:2:7: unexpected character '\xC3\xA4' (outside strings and comments a script is plain ASCII)\n", 1},
         {"unclosed string", "set $a, \"abc;", "s.txt:1:9: unclosed string\n", 1},
         {"name and semicolon, and the check goes on", "set Color, 1;\nset ShowTips, 0x1A\nset LastTip, 3;\ngoto;",
          "s.txt:1:13: illegal variable (Color) for 'set' command (a script's own variables begin with '$')\n"
@@ -126,14 +128,20 @@ TEST(UwScript, CheckRefusesTextThePageWouldNotCarryAsWritten)
         {"UTF-8 that fits, a byte-order mark, escapes the program knows",
          "\xEF\xBB\xBF// Gr\xC3\xBC\xC3\x9F\xE2\x82\xAC\nset $a, \"\xC3\xA4 \xE2\x80\x94 \\xE4\\n\\t\\\\\\\"\\'\";", "",
          0},
-        {"characters the code page lacks, and bytes that are not UTF-8",
-         "set $a, \"\xE4\xB8\xAD \xC2\x85 x\xFC\";\nset $b, \"\xC3\";",
+        {"characters the code page lacks, and bytes that are not UTF-8 (the last three an overlong quote)",
+         "set $a, \"\xE4\xB8\xAD \xC2\x85 x\xFC\";\nset $b, \"\xC3\xE0\x80\xA2\";",
          "s.txt:1:10: '\xE4\xB8\xAD' (U+4E2D) is not a Windows-1252 character, and the program shows no others\n"
          "s.txt:1:12: U+0085 is not a Windows-1252 character, and the program shows no others\n"
          "s.txt:1:15: byte 0xFC is not UTF-8: save the file as UTF-8 (in Windows-1252 it is '\xC3\xBC' (U+00FC), "
          "which a string may also hold as \\xFC)\n"
          "s.txt:2:10: byte 0xC3 is not UTF-8: save the file as UTF-8 (in Windows-1252 it is '\xC3\x83' (U+00C3), "
-         "which a string may also hold as \\xC3)\n",
+         "which a string may also hold as \\xC3)\n"
+         "s.txt:2:11: byte 0xE0 is not UTF-8: save the file as UTF-8 (in Windows-1252 it is '\xC3\xA0' (U+00E0), "
+         "which a string may also hold as \\xE0)\n"
+         "s.txt:2:12: byte 0x80 is not UTF-8: save the file as UTF-8 (in Windows-1252 it is '\xE2\x82\xAC' (U+20AC), "
+         "which a string may also hold as \\x80)\n"
+         "s.txt:2:13: byte 0xA2 is not UTF-8: save the file as UTF-8 (in Windows-1252 it is '\xC2\xA2' (U+00A2), "
+         "which a string may also hold as \\xA2)\n",
          1},
         {"escapes the program would not read as meant",
          "set $a, \"\\u00FC \\u4E2D \\xG4 \\x00 \\q \\\xC3\xA4\";",

@@ -163,6 +163,13 @@ CProgramText ToProgramText(const std::string& utf8)
     return out;
 }
 
+std::size_t Utf8CharLength(const std::string& text, std::size_t at)
+{
+    std::size_t length = 1;
+    (void)DecodeUtf8(text, at, length);
+    return length;
+}
+
 std::string Utf8FromProgramText(const std::string& text)
 {
     std::string out;

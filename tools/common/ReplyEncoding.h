@@ -22,6 +22,8 @@ struct CProgramText {
 
 // A byte-order mark at the start is dropped.
 CProgramText ToProgramText(const std::string& utf8);
+// The bytes of the UTF-8 character at `at`, or 1 where the text is not UTF-8.
+std::size_t Utf8CharLength(const std::string& text, std::size_t at);
 // Windows-1252 text as UTF-8, for a person to read; the five bytes the code page leaves out pass as U+0081...
 std::string Utf8FromProgramText(const std::string& text);
 

@@ -8,20 +8,20 @@
 #include <filesystem>
 #include <fstream>
 
+#include "ReplyEncoding.h"
+
 namespace {
 
 // How much of a line an excerpt shows, and how far before the column a cut line starts.
 constexpr std::size_t cExcerptWidth = 100;
 constexpr std::size_t cExcerptLead = 60;
 
-// A byte that continues a UTF-8 sequence takes no column of its own.
-bool Continues(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
-
+// A column is a character, whatever its bytes.
 std::size_t Columns(const std::string& text, std::size_t from, std::size_t to)
 {
     std::size_t columns = 0;
-    for (std::size_t i = from; i < to; ++i)
-        columns += Continues(text[i]) ? 0 : 1;
+    for (std::size_t i = from; i < to; i += Utf8CharLength(text, i))
+        ++columns;
     return columns;
 }
 
@@ -83,21 +83,19 @@ std::string CScriptText::Excerpt(std::size_t offset) const
     offset = std::min(offset, mText.size());
     CPosition pos = PositionOf(offset);
     std::size_t lineStart = mLineStarts[static_cast<std::size_t>(pos.line) - 1];
+    std::size_t lineEnd = LineEnd(lineStart);
+    // A long line is cut on whole characters.
     std::size_t from = lineStart;
-    if (offset - lineStart > cExcerptLead + 20)
-        from = offset - cExcerptLead;
-    std::size_t to = std::min(LineEnd(lineStart), from + cExcerptWidth);
-    // A cut line starts and ends on whole characters.
-    while (from < offset && Continues(mText[from]))
-        ++from;
-    while (to > from && to < mText.size() && Continues(mText[to]))
-        --to;
+    std::size_t column = static_cast<std::size_t>(pos.column) - 1;
+    for (std::size_t skip = column > cExcerptLead + 20 ? column - cExcerptLead : 0; skip > 0; --skip)
+        from += Utf8CharLength(mText, from);
     std::string line = from > lineStart ? "..." : "";
     std::string caret(line.size(), ' ');
-    for (std::size_t i = from; i < to; ++i) {
-        unsigned char c = static_cast<unsigned char>(mText[i]);
-        line += c == '\t' || c >= 0x20 ? static_cast<char>(c) : '?';
-        if (i < offset && !Continues(mText[i]))
+    std::size_t shown = 0;
+    for (std::size_t i = from; i < lineEnd && shown < cExcerptWidth; i += Utf8CharLength(mText, i), ++shown) {
+        auto c = static_cast<unsigned char>(mText[i]);
+        line += c == '\t' || c >= 0x20 ? mText.substr(i, Utf8CharLength(mText, i)) : "?";
+        if (i < offset)
             caret += c == '\t' ? '\t' : ' ';
     }
     return "  " + line + "\n  " + caret + "^\n";
