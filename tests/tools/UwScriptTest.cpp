@@ -59,7 +59,8 @@ TEST(UwScript, CheckReportsEveryCommandsErrorsAndCertainFailures)
 {
     const CCheckCase cases[] = {
         {"clean", "set $a, 1;\nif $a, 2, x, next, exit;\n:x dialog \"T\", \"m\", button, \"OK\", exit;", "", 0},
-        {"tokenizer", "set $a, 1;\n  set $b, 2 = 3;", "s.txt:2:13: unexpected character '=' (write set NAME, VALUE;)\n", 1},
+        {"tokenizer", "set $a, 1;\n  set $b, 2 = 3;", "s.txt:2:13: unexpected character '=' (write set NAME, VALUE;)\n",
+         1},
         {"a letter outside a string", "set $a, 1;\nset $b\xC3\xA4, 2;",
          "s.txt:2:7: unexpected character '\xC3\xA4' (outside strings and comments a script is plain ASCII)\n", 1},
         {"unclosed string", "set $a, \"abc;", "s.txt:1:9: unclosed string\n", 1},
@@ -89,16 +90,19 @@ TEST(UwScript, CheckReportsEveryCommandsErrorsAndCertainFailures)
          "", 0},
         {"each message names its token and the likely fix",
          ":later;\ndialgo;\ndialog \"T\", \"m\", width, 60 checkbox, \"c\", $c;\ndialog \"T\", \"m\", button, \"OK\";\n"
-         "dialog \"T\", \"m\",\n \"more\";\ndialog \"T\", \"m\", buton, \"OK\", a;\nset $v, 0X1F;\ngoto :a;\nset $x, yes;\n"
+         "dialog \"T\", \"m\",\n \"more\";\ndialog \"T\", \"m\", buton, \"OK\", a;\nset $v, 0X1F;\ngoto :a;\n"
+         "set $x, yes;\n"
          "set UpdateWatchFrq, 7;\n",
          "s.txt:1:7: expected command name, but got semicolon (a label takes no semicolon: write ':later' alone)\n"
          "s.txt:2:1: unknown command 'dialgo' (did you mean 'dialog'?)\n"
          "s.txt:3:28: expected semicolon, but got identifier 'checkbox' (missing comma before it?)\n"
-         "s.txt:4:30: looking for comma, but got semicolon (a button needs the label it jumps to: button, \"TEXT\", LABEL)\n"
-         "s.txt:6:2: expected option keyword, but got string \"more\" (a message goes on with its next string, no comma "
-         "between)\n"
+         "s.txt:4:30: looking for comma, but got semicolon (a button needs the label it jumps to: button, \"TEXT\", "
+         "LABEL)\n"
+         "s.txt:6:2: expected option keyword, but got string \"more\" (a message goes on with its next string, no "
+         "comma between)\n"
          "s.txt:7:18: unknown dialog option (buton) (did you mean 'button'?)\n"
-         "s.txt:8:10: looking for semicolon, but got identifier 'X1F' (a hexadecimal number begins with a lower-case 0x)\n"
+         "s.txt:8:10: looking for semicolon, but got identifier 'X1F' (a hexadecimal number begins with a lower-case "
+         "0x)\n"
          "s.txt:9:6: looking for identifier, but got label ':a' (name the label without its ':')\n"
          "s.txt:10:9: bad token type for value in 'set' command, but got identifier 'yes' (a value is a number or a "
          "string in double quotes)\n"
@@ -249,7 +253,8 @@ TEST(UwScript, RunShowsDialogsUrlsAndVariablesAsTheProgramWould)
 // The texts come out as the UTF-8 the author wrote, and a button is found by its text in any language.
 TEST(UwScript, RunShowsTextAsWrittenAndRemarksOnNamesLeftUnresolved)
 {
-    const std::string script = "dialog \"Update <Who>\", \"verf\xC3\xBCgbar \\xE4\", button, \"Sp\xC3\xA4ter\", later;\n"
+    const std::string script = "dialog \"Update <Who>\", \"verf\xC3\xBCgbar \\xE4\", button, \"Sp\xC3\xA4ter\", "
+                               "later;\n"
                                ":later open_new \"https://x.example/(VendorId)?l=(Lang)\";";
     const std::vector<std::string> options = {"--press", "Sp\xC3\xA4ter", "--set", "Lang=de"};
     CResult r = UwScript("run", script, options);

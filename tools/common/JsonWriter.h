@@ -11,7 +11,10 @@ enum class EJsonText { bytes, utf8 };
 // Builds one JSON value: compact on one line, or indented by two spaces a level.
 class CJsonWriter {
 public:
-    explicit CJsonWriter(bool indented = false, EJsonText text = EJsonText::bytes) : mIndented(indented), mUtf8(text == EJsonText::utf8) {}
+    explicit CJsonWriter(bool indented = false, EJsonText text = EJsonText::bytes)
+        : mIndented(indented), mUtf8(text == EJsonText::utf8)
+    {
+    }
 
     CJsonWriter& BeginObject();
     CJsonWriter& EndObject();

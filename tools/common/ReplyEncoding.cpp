@@ -9,8 +9,9 @@ namespace {
 
 // Windows-1252 from 0x80 to 0x9F; 0 where the code page has no character.
 const char32_t cHighBytes[32] = {
-    0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0, 0x017D, 0,
-    0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0, 0x017E, 0x0178,
+    0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0,
+    0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A,
+    0x0153, 0,      0x017E, 0x0178,
 };
 
 char32_t CodePointOf(unsigned char byte)
@@ -45,7 +46,9 @@ void AppendUtf8(std::string& out, char32_t cp)
 // The code point of the UTF-8 sequence at `at` and its length; -1, with length 1, for a malformed one.
 long DecodeUtf8(const std::string& s, std::size_t at, std::size_t& length)
 {
-    auto byte = [&](std::size_t i) -> unsigned { return at + i < s.size() ? static_cast<unsigned char>(s[at + i]) : 0; };
+    auto byte = [&](std::size_t i) -> unsigned {
+        return at + i < s.size() ? static_cast<unsigned char>(s[at + i]) : 0;
+    };
     unsigned lead = byte(0);
     length = 1;
     if (lead < 0x80)

@@ -203,7 +203,8 @@ void CScriptCheck::CheckVariables()
         written.insert(dlg.checkboxVar);
     for (const CScriptToken& var : mIfReads) {
         if (!written.count(var.text))
-            Add(var.offset, "undefined variable (" + var.text + ") for 'if' command" + DidYouMean(var.text, Names(written)));
+            Add(var.offset,
+                "undefined variable (" + var.text + ") for 'if' command" + DidYouMean(var.text, Names(written)));
     }
 }
 
