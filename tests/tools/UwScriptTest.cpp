@@ -295,6 +295,9 @@ TEST(UwScript, RunStopsWhereTheProgramWould)
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.out, "s.txt:1:21: illegal URL (C:\\x.bat) for 'open_new' command\n"
                            "  open_new \"C:\\\\x.bat\";\n                      ^\nend error\n");
+    CResult latin1 = UwScript("run", "set $a, 1;\nset $b, \"\xFC\";");
+    EXPECT_EQ(latin1.status, 1) << "the program's text is not known, so nothing runs";
+    EXPECT_EQ(FindingLines(latin1.out).substr(0, 46), "s.txt:2:10: byte 0xFC is not UTF-8: save the f") << latin1.out;
     CResult loop = UwScript("run", "set $a, 1;\n:again goto again;");
     EXPECT_EQ(loop.status, 1);
     EXPECT_NE(loop.out.find("s.txt:2:1: the script ran 100000 commands without ending"), std::string::npos) << loop.out;

@@ -88,10 +88,12 @@ TEST(UwServer, RepliesAreServedAsCheckedWithoutTheirComments)
     folder.Write("ok.txt", "// internal note\nset $a, \"verf\xC3\xBCgbar\"; // done\n");
     folder.Write("bad.txt", "set $a, 1;\nshow \"x\";");
     folder.Write("big.txt", "set $a, \"" + std::string(9835, 'x') + "\";");
+    folder.Write("huge.txt", std::string((1 << 20) + 1, ' '));
     std::string dir = folder.Path() + "/", errors, warnings;
     CReplyStore plain;
-    EXPECT_FALSE(plain.Load(folder.Path(), {"ok.txt", "bad.txt", "big.txt", "none.txt"}, errors, warnings));
+    EXPECT_FALSE(plain.Load(folder.Path(), {"ok.txt", "bad.txt", "big.txt", "huge.txt", "none.txt"}, errors, warnings));
     EXPECT_EQ(errors, dir + "bad.txt:2:1: unknown command 'show'\n  show \"x\";\n  ^\n" + dir +
+                          "huge.txt: can't serve it: larger than 1048576 bytes\n" + dir +
                           "none.txt: can't serve it: No such file or directory\n");
     EXPECT_EQ(warnings, "");
     EXPECT_EQ(plain.Page("ok.txt"), "[START]\n\nset $a, \"verf\xFCgbar\";\n\n[END]\n");
