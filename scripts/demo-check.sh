@@ -4,7 +4,8 @@
 # the standard host and the check stays a standard one. With DISPLAY set the reply dialog waits for you;
 # without, it runs under Xvfb, a PNG of the dialog is saved and the dialog is answered. Then it prints the log,
 # the reply stored under UWResult, the server's record and the exit code, which is also this script's.
-# The check runs in a Wine prefix of its own (build/win64/demo-prefix); its files go to build/demo.
+# The check runs in a Wine prefix of its own (build/win64/demo-prefix), which looks like a machine where Nimbra
+# is installed (scripts/install-product.sh); its files go to build/demo.
 set -uo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 cd "$root"
@@ -21,6 +22,7 @@ headless=1
 [ -n "${DISPLAY:-}" ] && headless=0
 export WINEPREFIX="$root/build/win64/demo-prefix"
 source "$root/scripts/wine-session.sh" "$root/build/win64" --keep-display
+"$root/scripts/install-product.sh"
 
 mkdir -p "$out"
 rm -f "$out/dialog.png"

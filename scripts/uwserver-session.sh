@@ -1,10 +1,11 @@
-# Sourced after wine-session.sh: serves FOLDER with uwserver (build/native/bin) on a free loopback port while the
-# script runs, recording the requests in OUT_DIR/requests.jsonl, and stops it and the Wine session on exit.
+# Sourced after wine-session.sh: serves FOLDER with uwserver (UWSERVER, or build/native/bin/uwserver) on a free
+# loopback port while the script runs, recording the requests in OUT_DIR/requests.jsonl, and stops it and the
+# Wine session on exit.
 # Usage: source scripts/uwserver-session.sh FOLDER OUT_DIR     (sets uwserver_port; exits when it does not start)
 _uws_root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 _uws_out="$2"
 rm -f "$_uws_out/requests.jsonl" "$_uws_out/uwserver.out" "$_uws_out/uwserver.err"
-"$_uws_root/build/native/bin/uwserver" --port 0 --record "$_uws_out/requests.jsonl" "$1" \
+"${UWSERVER:-$_uws_root/build/native/bin/uwserver}" --port 0 --record "$_uws_out/requests.jsonl" "$1" \
     >"$_uws_out/uwserver.out" 2>"$_uws_out/uwserver.err" &
 _uws_pid=$!
 uwserver_session_stop() {

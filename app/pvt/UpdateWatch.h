@@ -36,6 +36,8 @@ public:
     void LogFormat(const char* format, ...) ORN_PRINTF(2, 3);
     // Texts written as they are, one after the other, whatever their length.
     void LogText(const char* text, const char* more = "", const char* end = "");
+    // A text of any length kept on the current line: its line ends and tabs are written as \r, \n and \t.
+    void LogInline(const char* text);
     // The line that tells that a text was cut at a substitution bound; what names the text.
     void LogCut(const char* what);
     // The open log, or null.
@@ -64,6 +66,9 @@ private:
     bool TakeStock();
     bool GetOwnVersion();
     bool InitInstallationDirectories();
+    // The product version text without the blank that stood before its build date; only the log line is
+    // trimmed, ProductVersion keeps the text as the version resource gives it.
+    static void DropTrailingBlanks(Orn::CString& text);
     void CheckInstalledProduct();
 
     // The jobs, after their job option; each reads its own further options.

@@ -31,6 +31,21 @@ void CUpdateWatchApp::LogText(const char* text, const char* more, const char* en
         log->WriteText(end);
 }
 
+void CUpdateWatchApp::LogInline(const char* text)
+{
+    CString line;
+    for (const char* p = text; *p; ++p) {
+        char c = *p;
+        char escaped = c == '\n' ? 'n' : (c == '\r' ? 'r' : (c == '\t' ? 't' : 0));
+        if (escaped) {
+            line.AppendChar('\\');
+            c = escaped;
+        }
+        line.AppendChar(c);
+    }
+    LogText(line);
+}
+
 void CUpdateWatchApp::LogCut(const char* what) { LogText("Text cut short at a substitution bound: ", what, ".\n"); }
 
 bool CUpdateWatchApp::OpenLog(const char* filename, bool fixedName)

@@ -36,9 +36,19 @@ bool CUpdateWatchApp::GetOwnVersion()
     if (fvi.mProductVersion.IsValid())
         mOwnProductVersion = fvi.mProductVersion;
     mOwnProductVersionText = fvi.mProductVersionStr;
+    DropTrailingBlanks(mOwnProductVersionText);
     LogFormat("The version of Nimbra currently being installed (UpdateWatch's product version) = '%s'.\n",
               mOwnProductVersionText.Chars());
     return true;
+}
+
+// "3.1 (20250101)" loses its date and keeps the blank before it.
+void CUpdateWatchApp::DropTrailingBlanks(CString& text)
+{
+    Int end = text.Length();
+    while (end > 0 && text[end - 1] == ' ')
+        --end;
+    text.Remove(end);
 }
 
 bool CUpdateWatchApp::InitInstallationDirectories()

@@ -35,9 +35,15 @@ bool CNBVersionScriptInterpreter::ConfirmStep(const char* step)
     return ::MessageBoxA(nullptr, text, cBoxTitle, MB_YESNO) == IDYES;
 }
 
+// The box is for the user; the log keeps its text, message and excerpt, on one line for support.
 void CNBVersionScriptInterpreter::ReportError(const char* error)
 {
     ::MessageBoxA(nullptr, error, cBoxTitle, MB_ICONSTOP | MB_OK);
+    CUpdateWatchApp* app = CUpdateWatchApp::Get();
+    if (!app)
+        return;
+    app->LogInline(error);
+    app->LogText("\n");
 }
 
 bool CNBVersionScriptInterpreter::CheckURL(const char* url) { return CheckURLPolicy(mURLPolicy, url); }

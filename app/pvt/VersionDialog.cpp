@@ -99,7 +99,25 @@ bool CNBVersionReplyDlg::Run()
 {
     INT_PTR result = ::DialogBoxParamA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(cTemplateId), nullptr,
                                        DlgProc, reinterpret_cast<LPARAM>(this));
-    return result != -1;
+    if (result == -1)
+        return false;
+    LogAnswer();
+    return true;
+}
+
+void CNBVersionReplyDlg::LogAnswer() const
+{
+    CUpdateWatchApp* app = CUpdateWatchApp::Get();
+    if (!app)
+        return;
+    app->LogText("Reply dialog: ", mClosed ? "closed, meaning \"" : "pressed \"");
+    app->LogInline(mButtons[mPressed].text);
+    app->LogText("\" (jump to ", mButtons[mPressed].label, ")");
+    if (mHasCheckbox) {
+        app->LogText(", checkbox ", mChecked ? "" : "not ", "ticked (");
+        app->LogText(mCheckboxVar, mChecked != mNegate ? " = 1)" : " = 0)");
+    }
+    app->LogText(".\n");
 }
 
 void CNBVersionReplyDlg::Release() { delete this; }
@@ -133,16 +151,18 @@ INT_PTR CALLBACK CNBVersionReplyDlg::DlgProc(HWND dlg, UINT msg, WPARAM wParam, 
 bool CNBVersionReplyDlg::OnCommand(Int id)
 {
     if (id >= cFirstButtonId && id < cFirstButtonId + cMaxButtons)
-        SelectButton(id - cFirstButtonId);
+        SelectButton(id - cFirstButtonId, false);
     else if (id == IDCANCEL)
-        SelectButton(mCloseButton);
+        SelectButton(mCloseButton, true);
     else
         return false;
     return true;
 }
 
-void CNBVersionReplyDlg::SelectButton(Int index)
+void CNBVersionReplyDlg::SelectButton(Int index, bool closed)
 {
+    mPressed = index;
+    mClosed = closed;
     mInterpreter->Jump(mButtons[index].label);
     if (!::EndDialog(mDlg, ButtonId(index)))
         ORN_ASSERT_MSG("::EndDialog(mDlg,ButtonId(index))");
@@ -154,6 +174,7 @@ void CNBVersionReplyDlg::OnDestroy()
     if (!mHasCheckbox)
         return;
     bool checked = ::IsDlgButtonChecked(mDlg, cCheckboxId) == BST_CHECKED;
+    mChecked = checked;
     if (mNegate)
         checked = !checked;
     mInterpreter->SetVariable(mCheckboxVar, checked ? "1" : "0");

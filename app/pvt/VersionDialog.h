@@ -23,7 +23,9 @@ private:
     void OnInitDialog();
     bool OnCommand(Orn::Int id);
     void OnDestroy();
-    void SelectButton(Orn::Int index);
+    void SelectButton(Orn::Int index, bool closed);
+    // One log line: the button that ended the dialog and the checkbox as it was left.
+    void LogAnswer() const;
 
     // The set-up steps, in the order they run.
     void SetButtonTexts();
@@ -47,4 +49,7 @@ private:
     Orn::Int SetAutoSizedText(Orn::Int id, const char* text, bool wrapped);
 
     HWND mDlg = nullptr;
+    Orn::Int mPressed = 0;
+    bool mClosed = false; // by Esc or the close box
+    bool mChecked = false;
 };

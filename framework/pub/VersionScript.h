@@ -93,6 +93,8 @@ protected:
     // Where reading of the current token began (white space before it included), as an offset into the running
     // script; 0 when no script runs.
     Int TokenStartOffset() const { return mScript ? static_cast<Int>(mTokenStart - mScript) : 0; }
+    // Where the scan stands, just after the current token; 0 when no script runs.
+    Int ScanOffset() const { return mScript ? static_cast<Int>(mScan - mScript) : 0; }
 
 private:
     struct CScriptAbort {};

@@ -103,7 +103,7 @@ TEST_F(LogE2E, LayoutOfARunAndWhatTheRegistryAddsToIt)
     EXPECT_TRUE(HasText(log, ").\r\n\r\nInstall source folder = '" + BinDir() + "'.\r\n")) << log;
     EXPECT_TRUE(HasText(log, "'.\r\n\r\nStart: Getting version of UpdateWatch.exe {\r\n"
                               "\tThe version of Nimbra currently being installed (UpdateWatch's product version) = "
-                              "'3.1 '.\r\n} End: Getting version of UpdateWatch.exe\r\n\r\n"))
+                              "'3.1'.\r\n} End: Getting version of UpdateWatch.exe\r\n\r\n"))
         << log;
     EXPECT_TRUE(HasText(log, "Start: Initializing installation directories {\r\n\t'Program Files' directory = '"))
         << log;

@@ -68,7 +68,7 @@ TEST_F(OpenURLE2E, HostileTargetsNeverReachTheShell)
         std::string log = ReadFile(LogPath());
         const std::string refusal = "Script error: \"illegal URL (" + batch.Path() + ") for 'open_new' command\".";
         EXPECT_EQ(errorBox.substr(0, refusal.size()), row.reached ? "" : refusal) << row.name;
-        EXPECT_EQ(HasText(log, "$after"), row.reached) << row.name << ": a refusal stops the script";
+        EXPECT_EQ(HasText(log, "$after\t="), row.reached) << row.name << ": a refusal stops the script";
         const std::string unknown = "Unknown OpenURLPolicy (" + bogus + "): treated as \"web\".\r\n";
         EXPECT_EQ(HasText(log, unknown), row.policy && row.policy == bogus) << row.name;
         EXPECT_EQ(log.find(unknown), log.rfind(unknown)) << row.name << ": logged once";

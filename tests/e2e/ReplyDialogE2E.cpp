@@ -308,6 +308,7 @@ TEST(ReplyDialogE2E, TextsThatReferToThemselvesStopAtTheirBound)
     }
 }
 
+// The log says which button ended the dialog, and whether it was pressed or the dialog closed.
 TEST(ReplyDialogE2E, EachWayOfClosingRunsItsLabel)
 {
     struct Row {
@@ -315,18 +316,19 @@ TEST(ReplyDialogE2E, EachWayOfClosingRunsItsLabel)
         const char* dialog;
         Ending ending;
         const char* label;
+        const char* logged;
     };
     const char* const withClose = "dialog \"T\", \"M\", button, \"One\", b1, button, close, \"Two\", b2, button, "
                                   "def, \"Three\", b3;";
     const char* const plain = "dialog \"T\", \"M\", button, \"One\", b1, button, \"Two\", b2, button, \"Three\", b3;";
     const Row rows[] = {
-        {"second button", withClose, Ending::Button2, "b2"},
-        {"third button", withClose, Ending::Button3, "b3"},
-        {"Enter: the default button", withClose, Ending::Enter, "b3"},
-        {"Esc: the close button", withClose, Ending::Esc, "b2"},
-        {"close box: the close button", withClose, Ending::CloseBox, "b2"},
-        {"Esc without a close button: the first", plain, Ending::Esc, "b1"},
-        {"Enter without a default button: the first", plain, Ending::Enter, "b1"},
+        {"second button", withClose, Ending::Button2, "b2", "pressed \"Two\" (jump to b2)"},
+        {"third button", withClose, Ending::Button3, "b3", "pressed \"Three\" (jump to b3)"},
+        {"Enter: the default button", withClose, Ending::Enter, "b3", "pressed \"Three\" (jump to b3)"},
+        {"Esc: the close button", withClose, Ending::Esc, "b2", "closed, meaning \"Two\" (jump to b2)"},
+        {"close box: the close button", withClose, Ending::CloseBox, "b2", "closed, meaning \"Two\" (jump to b2)"},
+        {"Esc without a close button: the first", plain, Ending::Esc, "b1", "closed, meaning \"One\" (jump to b1)"},
+        {"Enter without a default button: the first", plain, Ending::Enter, "b1", "pressed \"One\" (jump to b1)"},
     };
     for (const Row& row : rows) {
         RunOptions options;
@@ -335,6 +337,8 @@ TEST(ReplyDialogE2E, EachWayOfClosingRunsItsLabel)
         EXPECT_TRUE(run.shot.seen) << row.name;
         EXPECT_TRUE(run.boxes.empty()) << row.name << ": " << (run.boxes.empty() ? "" : run.boxes[0]);
         EXPECT_EQ(ReplyVar(run.log, "$pressed"), row.label) << row.name;
+        EXPECT_TRUE(HasText(run.log, "Reply dialog: " + std::string(row.logged) + ".\r\nSuccess: run script"))
+            << row.name << "\n" << run.log;
     }
 }
 
@@ -383,31 +387,39 @@ TEST(ReplyDialogE2E, CheckboxShowsAndStoresItsVariable)
         EXPECT_EQ(run.shot.checkbox.checked, row.shownChecked) << row.name;
         EXPECT_EQ(ReplyVar(run.log, row.variable), row.stored) << row.name;
         EXPECT_EQ(ReplyVar(run.log, "$after"), row.stored) << row.name << ": the script sees the stored value";
+        std::string box = row.shownChecked != row.click ? "ticked (" : "not ticked (";
+        EXPECT_TRUE(HasText(run.log, "(jump to done), checkbox " + box + row.variable + " = " + row.stored + ").\r\n"))
+            << row.name << "\n" << run.log;
     }
 }
 
+// The box shows the error; the log keeps its text on one line, line ends and tabs written as \n and \t.
 TEST(ReplyDialogE2E, RefusedDialogOptionsAreScriptErrors)
 {
     struct Row {
         const char* name;
         const char* options;
-        const char* box;
+        const char* message;
+        const char* excerpt;
+        const char* loggedExcerpt;
     };
     const Row rows[] = {
-        {"second checkbox", "checkbox, \"a\", $a, checkbox, \"b\", $b;",
-         "Script error: \"only one checkbox allowed\".\nCurrent token:\n $b;"},
-        {"fourth button", "button, \"1\", a, button, \"2\", b, button, \"3\", c, button, \"4\", d;",
-         "Script error: \"too many buttons\".\nCurrent token:\n d;"},
-        {"second default", "button, def, \"1\", a, button, def, \"2\", b;",
-         "Script error: \"multiple default buttons\".\nCurrent token:\n b;"},
-        {"second close", "button, close, \"1\", a, button, def, close, \"2\", b;",
-         "Script error: \"multiple close buttons\".\nCurrent token:\n b;"},
+        {"second checkbox", "checkbox, \"a\", $a, checkbox, \"b\", $b;", "only one checkbox allowed", " $b;", " $b;"},
+        {"fourth button", "button, \"1\", a, button, \"2\", b, button, \"3\", c, button, \"4\",\t\nd;",
+         "too many buttons", "\t\nd;", "\\t\\nd;"},
+        {"second default", "button, def, \"1\", a, button, def, \"2\", b;", "multiple default buttons", " b;", " b;"},
+        {"second close", "button, close, \"1\", a, button, def, close, \"2\", b;", "multiple close buttons", " b;",
+         " b;"},
     };
     for (const Row& row : rows) {
         ScriptRun run = RunScript("dialog \"T\", \"M\", " + std::string(row.options));
         EXPECT_FALSE(run.shot.seen) << row.name << ": no dialog after an error";
         ASSERT_EQ(run.boxes.size(), 1u) << row.name;
-        EXPECT_EQ(run.boxes[0], row.box) << row.name;
+        EXPECT_EQ(run.boxes[0], "Script error: \"" + std::string(row.message) + "\".\nCurrent token:\n" + row.excerpt)
+            << row.name;
+        EXPECT_TRUE(HasText(run.log, "Script error: \"" + std::string(row.message) + "\".\\nCurrent token:\\n" +
+                                         row.loggedExcerpt + "\r\nFailure: run script\r\n"))
+            << row.name << "\n" << run.log;
     }
 }
 

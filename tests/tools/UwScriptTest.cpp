@@ -1,6 +1,7 @@
 // uwscript: the check of good and bad scripts (messages and positions), and runs with answers.
 #include "UwScriptCommand.h"
 
+#include <cstring>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -58,32 +59,55 @@ TEST(UwScript, CheckReportsEveryCommandsErrorsAndCertainFailures)
 {
     const CCheckCase cases[] = {
         {"clean", "set $a, 1;\nif $a, 2, x, next, exit;\n:x dialog \"T\", \"m\", button, \"OK\", exit;", "", 0},
-        {"tokenizer", "set $a, 1;\n  set $b, 2 = 3;", "s.txt:2:13: unexpected character\n", 1},
+        {"tokenizer", "set $a, 1;\n  set $b, 2 = 3;", "s.txt:2:13: unexpected character '=' (write set NAME, VALUE;)\n",
+         1},
+        {"a letter outside a string", "set $a, 1;\nset $b\xC3\xA4, 2;",
+         "s.txt:2:7: unexpected character '\xC3\xA4' (outside strings and comments a script is plain ASCII)\n", 1},
         {"unclosed string", "set $a, \"abc;", "s.txt:1:9: unclosed string\n", 1},
         {"name and semicolon, and the check goes on", "set Color, 1;\nset ShowTips, 0x1A\nset LastTip, 3;\ngoto;",
-         "s.txt:1:13: illegal variable (Color) for 'set' command\n"
-         "s.txt:3:1: looking for semicolon, but got identifier\n"
+         "s.txt:1:13: illegal variable (Color) for 'set' command (a script's own variables begin with '$')\n"
+         "s.txt:3:1: looking for semicolon, but got identifier 'set' (missing semicolon before it?)\n"
          "s.txt:4:5: looking for identifier, but got semicolon\n",
          1},
         {"dialog rules", "dialog \"T\", \"m\", button, def, \"A\", a, button, def, \"B\", b;\n:a :b",
          "s.txt:1:57: multiple default buttons\n", 1},
         {"stray slash", "set $a, 1 / ;",
          "s.txt:1:11: assertion \"unknown tokenType\": the program ends here\n"
-         "s.txt:1:11: looking for semicolon, but got (unknown)\n",
+         "s.txt:1:11: looking for semicolon, but got '/'\n",
          1},
-        {"jumps and variables",
-         "if $n, 1, a, next, nowhere;\ngoto gone;\n"
-         "dialog \"T\", \"m\", button, \"Go\", next;\ndialog \"U\", \"m\";\n:a",
-         "s.txt:1:4: warning: undefined variable ($n) for 'if' command\n"
-         "s.txt:1:20: warning: can't find label (nowhere) for jump\n"
-         "s.txt:2:6: warning: can't find label (gone) for jump\n"
-         "s.txt:3:32: warning: a button must not jump to 'next': pressing it ends the program\n"
-         "s.txt:4:1: warning: can't find label () for jump (closing a dialog without buttons jumps there)\n",
-         0},
+        {"jumps and variables that will fail",
+         "if $cnt, 1, a, next, nowhere;\ngoto gone;\n"
+         "dialog \"T\", \"m\", button, \"Go\", next;\ndialog \"U\", \"m\";\n:a :gone2 set $cnt2, 1;",
+         "s.txt:1:4: undefined variable ($cnt) for 'if' command (did you mean '$cnt2'?)\n"
+         "s.txt:1:22: can't find label (nowhere) for jump\n"
+         "s.txt:2:6: can't find label (gone) for jump (did you mean 'gone2'?)\n"
+         "s.txt:3:32: a button must not jump to 'next': pressing it ends the program\n"
+         "s.txt:4:1: can't find label () for jump (closing a dialog without buttons jumps there)\n",
+         1},
         {"a checkbox sets what if reads",
          "dialog \"T\", \"m\", checkbox, \"c\", $on, button, \"OK\", x;\n"
          ":x if $on, 1, exit, exit, exit;",
          "", 0},
+        {"each message names its token and the likely fix",
+         ":later;\ndialgo;\ndialog \"T\", \"m\", width, 60 checkbox, \"c\", $c;\ndialog \"T\", \"m\", button, \"OK\";\n"
+         "dialog \"T\", \"m\",\n \"more\";\ndialog \"T\", \"m\", buton, \"OK\", a;\nset $v, 0X1F;\ngoto :a;\n"
+         "set $x, yes;\n"
+         "set UpdateWatchFrq, 7;\n",
+         "s.txt:1:7: expected command name, but got semicolon (a label takes no semicolon: write ':later' alone)\n"
+         "s.txt:2:1: unknown command 'dialgo' (did you mean 'dialog'?)\n"
+         "s.txt:3:28: expected semicolon, but got identifier 'checkbox' (missing comma before it?)\n"
+         "s.txt:4:30: looking for comma, but got semicolon (a button needs the label it jumps to: button, \"TEXT\", "
+         "LABEL)\n"
+         "s.txt:6:2: expected option keyword, but got string \"more\" (a message goes on with its next string, no "
+         "comma between)\n"
+         "s.txt:7:18: unknown dialog option (buton) (did you mean 'button'?)\n"
+         "s.txt:8:10: looking for semicolon, but got identifier 'X1F' (a hexadecimal number begins with a lower-case "
+         "0x)\n"
+         "s.txt:9:6: looking for identifier, but got label ':a' (name the label without its ':')\n"
+         "s.txt:10:9: bad token type for value in 'set' command, but got identifier 'yes' (a value is a number or a "
+         "string in double quotes)\n"
+         "s.txt:11:22: illegal variable (UpdateWatchFrq) for 'set' command (did you mean 'UpdateWatchFreq'?)\n",
+         1},
     };
     for (const CCheckCase& c : cases) {
         CResult r = UwScript("check", c.script);
@@ -95,8 +119,97 @@ TEST(UwScript, CheckReportsEveryCommandsErrorsAndCertainFailures)
                                      "text at all\ns.txt:2:5: looking for identifier, but got end-of-script\n")
         << "the program's script ends at the NUL";
     EXPECT_EQ(UwScript("check", "\tset x, 1;").out,
-              "s.txt:1:10: illegal variable (x) for 'set' command\n  \tset x, 1;\n  \t        ^\n")
+              "s.txt:1:10: illegal variable (x) for 'set' command (a script's own variables begin with '$')\n"
+              "  \tset x, 1;\n  \t        ^\n")
         << "the excerpt keeps tabs so that the caret lines up";
+}
+
+// Reply files are UTF-8; the program gets Windows-1252, so each character must have a byte there, and an
+// escape must be one the program reads as its author meant.
+TEST(UwScript, CheckRefusesTextThePageWouldNotCarryAsWritten)
+{
+    const CCheckCase cases[] = {
+        {"UTF-8 that fits, a byte-order mark, escapes the program knows",
+         "\xEF\xBB\xBF// Gr\xC3\xBC\xC3\x9F\xE2\x82\xAC\nset $a, \"\xC3\xA4 \xE2\x80\x94 \\xE4\\n\\t\\\\\\\"\\'\";", "",
+         0},
+        {"characters the code page lacks, and bytes that are not UTF-8 (the last three an overlong quote)",
+         "set $a, \"\xE4\xB8\xAD \xC2\x85 x\xFC\";\nset $b, \"\xC3\xE0\x80\xA2\";",
+         "s.txt:1:10: '\xE4\xB8\xAD' (U+4E2D) is not a Windows-1252 character, and the program shows no others\n"
+         "s.txt:1:12: U+0085 is not a Windows-1252 character, and the program shows no others\n"
+         "s.txt:1:15: byte 0xFC is not UTF-8: save the file as UTF-8 (in Windows-1252 it is '\xC3\xBC' (U+00FC), "
+         "which a string may also hold as \\xFC)\n"
+         "s.txt:2:10: byte 0xC3 is not UTF-8: save the file as UTF-8 (in Windows-1252 it is '\xC3\x83' (U+00C3), "
+         "which a string may also hold as \\xC3)\n"
+         "s.txt:2:11: byte 0xE0 is not UTF-8: save the file as UTF-8 (in Windows-1252 it is '\xC3\xA0' (U+00E0), "
+         "which a string may also hold as \\xE0)\n"
+         "s.txt:2:12: byte 0x80 is not UTF-8: save the file as UTF-8 (in Windows-1252 it is '\xE2\x82\xAC' (U+20AC), "
+         "which a string may also hold as \\x80)\n"
+         "s.txt:2:13: byte 0xA2 is not UTF-8: save the file as UTF-8 (in Windows-1252 it is '\xC2\xA2' (U+00A2), "
+         "which a string may also hold as \\xA2)\n",
+         1},
+        {"escapes the program would not read as meant",
+         "set $a, \"\\u00FC \\u4E2D \\xG4 \\x00 \\q \\\xC3\xA4\";",
+         "s.txt:1:10: unknown escape '\\u00FC' (the program would show 'u00FC'): write '\xC3\xBC' (U+00FC) itself, or "
+         "\\xFC\n"
+         "s.txt:1:17: unknown escape '\\u4E2D' (the program would show 'u4E2D'): '\xE4\xB8\xAD' (U+4E2D) is not a "
+         "Windows-1252 character, and the program shows no others\n"
+         "s.txt:1:24: unknown escape '\\xG4' (the program would show 'xG4'): \\x takes two hexadecimal digits, such "
+         "as \\xFC for '\xC3\xBC'\n"
+         "s.txt:1:29: '\\x00' cannot be written: the program's text would end there\n"
+         "s.txt:1:34: unknown escape '\\q' (the program would show 'q'): a backslash before another character stands "
+         "for nothing; '\\\\' is a backslash\n"
+         "s.txt:1:37: unknown escape '\\\xC3\xA4' (the program would show '\xC3\xA4'): a backslash before another "
+         "character stands for nothing; '\\\\' is a backslash\n",
+         1},
+        {"markers in a string, not in a comment", "// [END]\nset $a, \"Press [END]\"; set $b, \"[START]\";",
+         "s.txt:2:16: the string holds \"[END]\", which would cut the script short in the reply page (write it as "
+         "\"[\\x45ND]\")\n"
+         "s.txt:2:33: the string holds \"[START]\", which would cut the script short in the reply page (write it as "
+         "\"[\\x53TART]\")\n",
+         1},
+    };
+    for (const CCheckCase& c : cases) {
+        CResult r = UwScript("check", c.script);
+        EXPECT_EQ(FindingLines(r.out), c.findings) << c.name;
+        EXPECT_EQ(r.status, c.status) << c.name;
+    }
+}
+
+// The page limit counts the script as served, without its comments: 9985 bytes, or 9845 in a signed page.
+TEST(UwScript, CheckAppliesThePageLimitWithAndWithoutSigning)
+{
+    auto script = [](std::size_t bytes) {
+        std::string s = "// " + std::string(20000, '-') + "\nset $a, \"";
+        return s + std::string(bytes - 12, 'x') + "\";";
+    };
+    const struct {
+        std::size_t bytes;
+        bool signedPage;
+        const char* out;
+        int status;
+    } rows[] = {
+        {9845, true, "", 0},
+        {9846, false,
+         "s.txt: warning: served signed (uwserver --sign-key), the script takes 9846 bytes without its comments, over "
+         "the 9845 that a signed reply page of at most 10000 bytes leaves it\n",
+         0},
+        {9846, true,
+         "s.txt: the script takes 9846 bytes without its comments, over the 9845 that a signed reply page of at most "
+         "10000 bytes leaves it\n",
+         1},
+        {9985, false, "s.txt: warning: served signed", 0},
+        {9986, false,
+         "s.txt: the script takes 9986 bytes without its comments, over the 9985 that a reply page of at most 10000 "
+         "bytes leaves it\n",
+         1},
+    };
+    for (const auto& row : rows) {
+        CResult r = UwScript("check", script(row.bytes), row.signedPage ? std::vector<std::string>{"--signed"}
+                                                                         : std::vector<std::string>{});
+        EXPECT_EQ(r.out.substr(0, std::strlen(row.out)), row.out) << row.bytes;
+        EXPECT_EQ(r.out.empty(), !*row.out) << row.bytes;
+        EXPECT_EQ(r.status, row.status) << row.bytes;
+    }
 }
 
 TEST(UwScript, RunShowsDialogsUrlsAndVariablesAsTheProgramWould)
@@ -137,6 +250,29 @@ TEST(UwScript, RunShowsDialogsUrlsAndVariablesAsTheProgramWould)
     }
 }
 
+// The texts come out as the UTF-8 the author wrote, and a button is found by its text in any language.
+TEST(UwScript, RunShowsTextAsWrittenAndRemarksOnNamesLeftUnresolved)
+{
+    const std::string script = "dialog \"Update <Who>\", \"verf\xC3\xBCgbar \\xE4\", button, \"Sp\xC3\xA4ter\", "
+                               "later;\n"
+                               ":later open_new \"https://x.example/(VendorId)?l=(Lang)\";";
+    const std::vector<std::string> options = {"--press", "Sp\xC3\xA4ter", "--set", "Lang=de"};
+    CResult r = UwScript("run", script, options);
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, "dialog 1 \"Update <Who>\"\n  message \"verf\xC3\xBCgbar \xC3\xA4\"\n"
+                     "  button \"Sp\xC3\xA4ter\" -> later default close\n"
+                     "  note: <Who> is left as written: no global variable Who (give --set Who=VALUE as the program's "
+                     "configuration or registry would)\n  answer press \"Sp\xC3\xA4ter\" -> later\n"
+                     "open_new \"https://x.example/(VendorId)?l=de\"\n"
+                     "  note: (VendorId) is left as written: no global variable VendorId (give --set VendorId=VALUE as "
+                     "the program's configuration or registry would)\nend ok\n");
+    std::vector<std::string> json = options;
+    json.push_back("--json");
+    r = UwScript("run", script, json);
+    EXPECT_NE(r.out.find("\"button\": \"Sp\xC3\xA4ter\""), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("\"unresolved\": [\n        \"VendorId\"\n      ]"), std::string::npos) << r.out;
+}
+
 TEST(UwScript, RunStopsWhereTheProgramWould)
 {
     CResult next = UwScript("run", "dialog \"T\", \"m\", button, \"Go\", next;\nset $a, 1;", {"--press", "Go"});
@@ -159,6 +295,9 @@ TEST(UwScript, RunStopsWhereTheProgramWould)
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.out, "s.txt:1:21: illegal URL (C:\\x.bat) for 'open_new' command\n"
                            "  open_new \"C:\\\\x.bat\";\n                      ^\nend error\n");
+    CResult latin1 = UwScript("run", "set $a, 1;\nset $b, \"\xFC\";");
+    EXPECT_EQ(latin1.status, 1) << "the program's text is not known, so nothing runs";
+    EXPECT_EQ(FindingLines(latin1.out).substr(0, 46), "s.txt:2:10: byte 0xFC is not UTF-8: save the f") << latin1.out;
     CResult loop = UwScript("run", "set $a, 1;\n:again goto again;");
     EXPECT_EQ(loop.status, 1);
     EXPECT_NE(loop.out.find("s.txt:2:1: the script ran 100000 commands without ending"), std::string::npos) << loop.out;

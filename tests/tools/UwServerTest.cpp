@@ -80,29 +80,30 @@ TEST(UwServer, RulesCompareVersionsAsTheProgramSendsThem)
     EXPECT_FALSE(GlobMatch("a*b?c", "axxbycz"));
 }
 
-TEST(UwServer, RepliesThatCannotBeServedStopTheStart)
+// The store serves what uwscript check passes: UTF-8 files in the program's code page, comments left out, and a
+// signed page's smaller limit only when it signs.
+TEST(UwServer, RepliesAreServedAsCheckedWithoutTheirComments)
 {
     OrnTest::CScratchDir folder("replies");
-    folder.Write("ok.txt", "goto nowhere;");
+    folder.Write("ok.txt", "// internal note\nset $a, \"verf\xC3\xBCgbar\"; // done\n");
     folder.Write("bad.txt", "set $a, 1;\nshow \"x\";");
-    folder.Write("marker.txt", "set $a, \"[END]\";");
-    folder.Write("big.txt", std::string(CReplyStore::cMaxPage, ' '));
-    CReplyStore store;
-    std::string errors, warnings;
-    EXPECT_FALSE(
-        store.Load(folder.Path(), {"ok.txt", "bad.txt", "marker.txt", "big.txt", "none.txt"}, errors, warnings));
-    std::string dir = folder.Path() + "/";
-    EXPECT_EQ(warnings, dir + "ok.txt:1:6: warning: can't find label (nowhere) for jump\n  goto nowhere;\n       ^\n");
-    EXPECT_EQ(errors, dir + "bad.txt:2:1: unknown command\n  show \"x\";\n  ^\n" + dir +
-                          "marker.txt:1:10: the script holds \"[END]\", which would cut it short in the reply page\n"
-                          "  set $a, \"[END]\";\n           ^\n" +
-                          dir +
-                          "big.txt: can't serve it: larger than 9985 bytes (a reply page holds at most 10000 "
-                          "bytes)\n" +
-                          dir +
-                          "none.txt: can't serve it: No such file or directory (a reply page holds at most "
-                          "10000 bytes)\n");
-    EXPECT_EQ(store.Page("ok.txt"), "[START]\ngoto nowhere;\n[END]\n");
+    folder.Write("big.txt", "set $a, \"" + std::string(9835, 'x') + "\";");
+    folder.Write("huge.txt", std::string((1 << 20) + 1, ' '));
+    std::string dir = folder.Path() + "/", errors, warnings;
+    CReplyStore plain;
+    EXPECT_FALSE(plain.Load(folder.Path(), {"ok.txt", "bad.txt", "big.txt", "huge.txt", "none.txt"}, errors, warnings));
+    EXPECT_EQ(errors, dir + "bad.txt:2:1: unknown command 'show'\n  show \"x\";\n  ^\n" + dir +
+                          "huge.txt: can't serve it: larger than 1048576 bytes\n" + dir +
+                          "none.txt: can't serve it: No such file or directory\n");
+    EXPECT_EQ(warnings, "");
+    EXPECT_EQ(plain.Page("ok.txt"), "[START]\n\nset $a, \"verf\xFCgbar\";\n\n[END]\n");
+    CReplySigner signer;
+    ASSERT_TRUE(signer.Load(folder.Write("key.pem", cKeyPem), errors));
+    CReplyStore signing(&signer);
+    errors.clear();
+    EXPECT_FALSE(signing.Load(folder.Path(), {"big.txt"}, errors, warnings));
+    EXPECT_EQ(errors, dir + "big.txt: the script takes 9846 bytes without its comments, over the 9845 that a signed "
+                            "reply page of at most 10000 bytes leaves it\n");
 }
 
 // A server on a free loopback port with three replies, recording into a scratch file.

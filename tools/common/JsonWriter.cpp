@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-std::string JsonQuoted(const std::string& text)
+std::string JsonQuoted(const std::string& text, EJsonText kind)
 {
     std::string out = "\"";
     for (unsigned char c : text) {
@@ -14,7 +14,7 @@ std::string JsonQuoted(const std::string& text)
         case '\r': out += "\\r"; break;
         case '\t': out += "\\t"; break;
         default:
-            if (c < 0x20 || c >= 0x7F) {
+            if (c < 0x20 || c == 0x7F || (c > 0x7F && kind == EJsonText::bytes)) {
                 char buf[8];
                 std::snprintf(buf, sizeof buf, "\\u%04x", c);
                 out += buf;
@@ -76,7 +76,7 @@ CJsonWriter& CJsonWriter::EndArray() { return Close(']'); }
 CJsonWriter& CJsonWriter::Key(const std::string& name)
 {
     BeforeValue();
-    mText += JsonQuoted(name);
+    mText += JsonQuoted(name, mUtf8 ? EJsonText::utf8 : EJsonText::bytes);
     mText += mIndented ? ": " : ":";
     mAfterKey = true;
     return *this;
@@ -85,7 +85,7 @@ CJsonWriter& CJsonWriter::Key(const std::string& name)
 CJsonWriter& CJsonWriter::String(const std::string& value)
 {
     BeforeValue();
-    mText += JsonQuoted(value);
+    mText += JsonQuoted(value, mUtf8 ? EJsonText::utf8 : EJsonText::bytes);
     return *this;
 }
 

@@ -4,11 +4,17 @@
 #include <string>
 #include <vector>
 
-// Builds one JSON value: compact on one line, or indented by two spaces a level. Bytes from 0x80 up are
-// written as \u0080..\u00FF, so texts in the program's code page come out as valid JSON whatever they hold.
+// How the strings' bytes from 0x80 up are meant: bytes, written as \u0080..\u00FF so that any text comes out as
+// valid JSON, or UTF-8 text, written as it is.
+enum class EJsonText { bytes, utf8 };
+
+// Builds one JSON value: compact on one line, or indented by two spaces a level.
 class CJsonWriter {
 public:
-    explicit CJsonWriter(bool indented = false) : mIndented(indented) {}
+    explicit CJsonWriter(bool indented = false, EJsonText text = EJsonText::bytes)
+        : mIndented(indented), mUtf8(text == EJsonText::utf8)
+    {
+    }
 
     CJsonWriter& BeginObject();
     CJsonWriter& EndObject();
@@ -30,10 +36,11 @@ private:
     void NewLine();
 
     bool mIndented;
+    bool mUtf8;
     std::string mText;
     std::vector<bool> mHasMembers; // one entry per open object or array
     bool mAfterKey = false;
 };
 
 // A text as a quoted JSON string.
-std::string JsonQuoted(const std::string& text);
+std::string JsonQuoted(const std::string& text, EJsonText kind = EJsonText::bytes);

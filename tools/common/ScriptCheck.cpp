@@ -2,20 +2,15 @@
 // itself, and what the commands that ran cleanly name is looked up across the whole script.
 #include "ScriptCheck.h"
 
-#include <algorithm>
 #include <set>
 
+#include "ScriptHints.h"
+#include "ScriptTokens.h"
 #include "ToolInterpreter.h"
 
 using namespace Orn;
 
 namespace {
-
-struct CToken {
-    Int type = tokEndOfScript;
-    std::string text;
-    std::size_t offset = 0;
-};
 
 // One command as the dispatcher meets it: its text runs from `begin` (just after the semicolon before it, so
 // the labels in front of it are included) to `end` (just after its own semicolon); `first` and `last` are
@@ -30,23 +25,8 @@ struct CCommand {
 // What a dialog that ran asks of the rest of the script.
 struct CDialogNote {
     std::size_t offset = 0;
-    std::vector<CToken> labels;
+    std::vector<CScriptToken> labels;
     std::string checkboxVar;
-};
-
-// Reads the whole script with the interpreter's own tokenizer, from inside the first single-step question.
-class CTokenReader final : public CToolInterpreter {
-public:
-    CTokenReader() : CToolInterpreter(true) {}
-    std::vector<CToken> tokens;
-
-protected:
-    bool ConfirmStep(const char*) override
-    {
-        while (NextToken() != tokEndOfScript)
-            tokens.push_back({TokenType(), TokenText().Chars(), TokenOffset()});
-        return true;
-    }
 };
 
 // Runs one command's text by itself, so that checking a script takes time in proportion to its length: a
@@ -70,7 +50,7 @@ protected:
         CDialogNote note;
         note.offset = mCommand;
         for (Int i = 0; i < dlg.ButtonCount(); ++i)
-            note.labels.push_back({tokLabel, dlg.ButtonLabel(i), mBase + dlg.LabelOffset(i)});
+            note.labels.push_back({tokLabel, dlg.ButtonLabel(i), mBase + dlg.LabelOffset(i), 0});
         if (dlg.HasCheckbox())
             note.checkboxVar = dlg.CheckboxVar();
         mNotes.push_back(note);
@@ -83,7 +63,7 @@ private:
     int mSteps = 0;
 };
 
-std::vector<CCommand> SplitCommands(const std::vector<CToken>& tokens, std::size_t scriptEnd)
+std::vector<CCommand> SplitCommands(const std::vector<CScriptToken>& tokens, std::size_t scriptEnd)
 {
     std::vector<CCommand> commands;
     std::size_t begin = 0;
@@ -108,6 +88,9 @@ std::vector<CCommand> SplitCommands(const std::vector<CToken>& tokens, std::size
 
 bool IsJumpError(const std::string& message) { return message.rfind("can't find label (", 0) == 0; }
 
+// Names the script defines, for a "did you mean" when one is missing.
+std::vector<std::string> Names(const std::set<std::string>& names) { return {names.begin(), names.end()}; }
+
 // What the checker learns from the script as a whole.
 class CScriptCheck {
 public:
@@ -119,43 +102,43 @@ private:
     void DefineIdentifiers();
     void RunCommand(const CCommand& cmd);
     void NoteCommand(const CCommand& cmd);
-    void CheckJump(const CToken& label, bool fromButton);
-    void WarnAboutJumps();
-    void WarnAboutVariables();
-    void Add(std::size_t offset, bool warning, const std::string& message)
+    void CheckJump(const CScriptToken& label, bool fromButton);
+    void CheckJumps();
+    void CheckVariables();
+    void Add(std::size_t offset, const std::string& message) { mFindings.push_back({offset, false, message}); }
+    std::string Explained(const std::string& message, std::size_t offset, const std::string& command) const
     {
-        mFindings.push_back({offset, warning, message});
+        return ExplainError(message, CErrorPlace{mScript, mTokens, offset, command});
     }
 
     const std::string& mScript;
-    std::vector<CToken> mTokens;
+    std::vector<CScriptToken> mTokens;
     std::vector<CScriptFinding> mFindings;
     std::set<std::string> mLabels;
     std::set<std::string> mSetVars;
-    std::vector<CToken> mJumps;   // labels of goto and if
-    std::vector<CToken> mIfReads; // "$" variables that if reads
+    std::vector<CScriptToken> mJumps;   // labels of goto and if
+    std::vector<CScriptToken> mIfReads; // "$" variables that if reads
     std::vector<CDialogNote> mDialogs;
 };
 
 // A tokenizer error ends what can be known about the rest of the script.
 bool CScriptCheck::ReadTokens()
 {
-    CTokenReader reader;
-    reader.RunScript(mScript);
-    mTokens = std::move(reader.tokens);
-    for (const CToken& t : mTokens) {
+    CScriptTokens tokens = ReadScriptTokens(mScript);
+    mTokens = std::move(tokens.list);
+    for (const CScriptToken& t : mTokens) {
         if (t.type == tokLabel)
             mLabels.insert(t.text);
     }
-    if (reader.HasError())
-        Add(reader.Error().offset, false, reader.Error().message);
-    return !reader.HasError();
+    if (!tokens.complete)
+        Add(tokens.error.offset, Explained(tokens.error.message, tokens.error.offset, ""));
+    return tokens.complete;
 }
 
 // `if` may compare any variable; each is given a value so that the rest of the command is read.
 void CScriptCheck::DefineIdentifiers()
 {
-    for (const CToken& t : mTokens) {
+    for (const CScriptToken& t : mTokens) {
         if (t.type == tokIdentifier && !GlobalVars.Find(t.text.c_str()))
             GlobalVars.Set(t.text.c_str(), "");
     }
@@ -166,9 +149,10 @@ void CScriptCheck::RunCommand(const CCommand& cmd)
     CCommandRun run(cmd.begin, mTokens[cmd.first].offset, mDialogs);
     run.RunScript(mScript.substr(cmd.begin, cmd.end - cmd.begin));
     for (const CToolInterpreter::CEvent& a : run.Assertions())
-        Add(run.Base() + a.offset, false, "assertion \"" + a.message + "\": the program ends here");
+        Add(run.Base() + a.offset, "assertion \"" + a.message + "\": the program ends here");
+    std::size_t at = run.Base() + run.Error().offset;
     if (run.HasError() && !IsJumpError(run.Error().message))
-        Add(run.Base() + run.Error().offset, false, run.Error().message);
+        Add(at, Explained(run.Error().message, at, mTokens[cmd.first].text));
     else if (run.Assertions().empty())
         NoteCommand(cmd);
 }
@@ -176,7 +160,7 @@ void CScriptCheck::RunCommand(const CCommand& cmd)
 // The command ran cleanly, so its tokens have the shape the interpreter read.
 void CScriptCheck::NoteCommand(const CCommand& cmd)
 {
-    const std::vector<CToken>& t = mTokens;
+    const std::vector<CScriptToken>& t = mTokens;
     const std::string& name = t[cmd.first].text;
     if (name == "set") {
         mSetVars.insert(t[cmd.first + 1].text);
@@ -192,34 +176,35 @@ void CScriptCheck::NoteCommand(const CCommand& cmd)
     }
 }
 
-void CScriptCheck::CheckJump(const CToken& label, bool fromButton)
+void CScriptCheck::CheckJump(const CScriptToken& label, bool fromButton)
 {
     if (label.text == "next" && fromButton)
-        Add(label.offset, true, "a button must not jump to 'next': pressing it ends the program");
+        Add(label.offset, "a button must not jump to 'next': pressing it ends the program");
     else if (label.text != "exit" && label.text != "next" && !mLabels.count(label.text))
-        Add(label.offset, true, "can't find label (" + label.text + ") for jump");
+        Add(label.offset, "can't find label (" + label.text + ") for jump" + DidYouMean(label.text, Names(mLabels)));
 }
 
-void CScriptCheck::WarnAboutJumps()
+void CScriptCheck::CheckJumps()
 {
-    for (const CToken& label : mJumps)
+    for (const CScriptToken& label : mJumps)
         CheckJump(label, false);
     for (const CDialogNote& dlg : mDialogs) {
-        for (const CToken& label : dlg.labels)
+        for (const CScriptToken& label : dlg.labels)
             CheckJump(label, true);
         if (dlg.labels.empty() && !mLabels.count(""))
-            Add(dlg.offset, true, "can't find label () for jump (closing a dialog without buttons jumps there)");
+            Add(dlg.offset, "can't find label () for jump (closing a dialog without buttons jumps there)");
     }
 }
 
-void CScriptCheck::WarnAboutVariables()
+void CScriptCheck::CheckVariables()
 {
     std::set<std::string> written = mSetVars;
     for (const CDialogNote& dlg : mDialogs)
         written.insert(dlg.checkboxVar);
-    for (const CToken& var : mIfReads) {
+    for (const CScriptToken& var : mIfReads) {
         if (!written.count(var.text))
-            Add(var.offset, true, "undefined variable (" + var.text + ") for 'if' command");
+            Add(var.offset,
+                "undefined variable (" + var.text + ") for 'if' command" + DidYouMean(var.text, Names(written)));
     }
 }
 
@@ -228,38 +213,18 @@ std::vector<CScriptFinding> CScriptCheck::Run()
     CGlobalVarsSnapshot globals;
     std::size_t nul = mScript.find('\0');
     if (nul != std::string::npos)
-        Add(nul, false, "NUL character: the program takes a page that holds one for no text at all");
+        Add(nul, "NUL character: the program takes a page that holds one for no text at all");
     bool tokensRead = ReadTokens();
     DefineIdentifiers();
     for (const CCommand& cmd : SplitCommands(mTokens, mScript.size()))
         RunCommand(cmd);
     if (tokensRead)
-        WarnAboutJumps();
-    WarnAboutVariables();
-    std::stable_sort(mFindings.begin(), mFindings.end(),
-                     [](const CScriptFinding& a, const CScriptFinding& b) { return a.offset < b.offset; });
-    auto same = [](const CScriptFinding& a, const CScriptFinding& b) {
-        return a.offset == b.offset && a.warning == b.warning && a.message == b.message;
-    };
-    mFindings.erase(std::unique(mFindings.begin(), mFindings.end(), same), mFindings.end());
+        CheckJumps();
+    CheckVariables();
+    SortFindings(mFindings);
     return mFindings;
 }
 
 } // namespace
 
 std::vector<CScriptFinding> CheckScript(const std::string& script) { return CScriptCheck(script).Run(); }
-
-bool HasErrors(const std::vector<CScriptFinding>& findings)
-{
-    return std::any_of(findings.begin(), findings.end(), [](const CScriptFinding& f) { return !f.warning; });
-}
-
-std::string FormatFindings(const CScriptText& text, const std::vector<CScriptFinding>& findings)
-{
-    std::string out;
-    for (const CScriptFinding& f : findings) {
-        out += text.Where(f.offset) + (f.warning ? ": warning: " : ": ") + f.message + "\n";
-        out += text.Excerpt(f.offset);
-    }
-    return out;
-}

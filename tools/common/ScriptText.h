@@ -1,13 +1,27 @@
-// A reply script as its author sees it: the file it came from, lines and columns, and excerpts.
+// A reply script as its author sees it: the file it came from, lines and columns, excerpts, and the findings
+// the tools report about it.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
+// Something the tools say about a script, at a byte offset of its file (or about the whole file).
+struct CScriptFinding {
+    static constexpr std::size_t cWholeFile = static_cast<std::size_t>(-1);
+
+    std::size_t offset = 0;
+    bool warning = false;
+    std::string message;
+};
+
+bool HasErrors(const std::vector<CScriptFinding>& findings);
+// In the order of the file, findings about the whole file last; exact repeats dropped.
+void SortFindings(std::vector<CScriptFinding>& findings);
+
 class CScriptText {
 public:
-    // Line and column count from 1; a column counts bytes, a tab as one.
+    // Line and column count from 1; a column counts characters of the UTF-8 text, a tab as one.
     struct CPosition {
         int line = 1;
         int column = 1;
@@ -25,6 +39,9 @@ public:
     // The line that holds the offset and a caret under it, each ending in "\n". A long line is cut around the
     // column, and control characters show as "?" so that the excerpt stays on its two lines.
     std::string Excerpt(std::size_t offset) const;
+    // "NAME:LINE:COLUMN: message" (or "...: warning: message") and the excerpt, for each finding; "NAME: message"
+    // for one about the whole file.
+    std::string Format(const std::vector<CScriptFinding>& findings) const;
 
 private:
     std::size_t LineEnd(std::size_t start) const;

@@ -1,8 +1,11 @@
 // A reply script run with answers from the command line, written as text or JSON.
 #include "ScriptRun.h"
 
+#include <algorithm>
+#include <cctype>
+
 #include "JsonWriter.h"
-#include "ScriptCheck.h"
+#include "ReplyEncoding.h"
 #include "ToolInterpreter.h"
 #include "VarPairs.h"
 
@@ -17,7 +20,7 @@ struct CShownButton {
     bool isClose = false;
 };
 
-// A dialog as it opened and how it was answered.
+// A dialog as it opened and how it was answered, its texts in UTF-8.
 struct CShownDialog {
     std::string title;
     std::string message;
@@ -33,12 +36,14 @@ struct CShownDialog {
     std::string pressedText; // empty for the empty slot that closing a dialog without buttons selects
     std::string pressedLabel;
     bool checked = false;
+    std::vector<std::string> unresolved; // "<NAME>" references left in its texts
 };
 
 struct CRunEvent {
     bool isDialog = false;
     CShownDialog dialog;
-    std::string url;
+    std::string url;                     // in UTF-8
+    std::vector<std::string> unresolved; // "(NAME)" references left in the URL
 };
 
 // Ends a run when the answers do not fit the dialogs.
@@ -55,23 +60,45 @@ constexpr int cMaxSteps = 100000;
 
 enum class EEnd { ok, error, assertion, loop, answers };
 
+// Texts go out as the UTF-8 the author wrote.
+std::string Quoted(const std::string& text) { return JsonQuoted(text, EJsonText::utf8); }
+
+// The references a text still holds after substitution, names that no global variable had.
+void AddUnresolved(const std::string& text, char open, char close, std::vector<std::string>& names)
+{
+    for (std::size_t at = text.find(open); at != std::string::npos; at = text.find(open, at + 1)) {
+        std::size_t end = at + 1;
+        while (end < text.size() && (std::isalnum(static_cast<unsigned char>(text[end])) || text[end] == '_' ||
+                                     (end == at + 1 && text[end] == '$')))
+            ++end;
+        std::string name = text.substr(at + 1, end - at - 1);
+        if (end > at + 1 && end < text.size() && text[end] == close &&
+            std::find(names.begin(), names.end(), name) == names.end())
+            names.push_back(name);
+    }
+}
+
 CShownDialog Describe(const CToolDialog& dlg)
 {
     CShownDialog shown;
-    shown.title = dlg.Title();
-    shown.message = dlg.Message();
+    shown.title = Utf8FromProgramText(dlg.Title());
+    shown.message = Utf8FromProgramText(dlg.Message());
     shown.width = dlg.Width();
     shown.hasCheckbox = dlg.HasCheckbox();
     if (shown.hasCheckbox) {
-        shown.checkboxText = dlg.CheckboxText();
+        shown.checkboxText = Utf8FromProgramText(dlg.CheckboxText());
         shown.checkboxVar = dlg.CheckboxVar();
         shown.negated = dlg.Negated();
         shown.initiallyChecked = dlg.InitiallyChecked();
     }
     for (Int i = 0; i < dlg.ButtonCount(); ++i) {
-        shown.buttons.push_back(
-            {dlg.ButtonText(i), dlg.ButtonLabel(i), i == dlg.DefaultButton(), i == dlg.CloseButton()});
+        shown.buttons.push_back({Utf8FromProgramText(dlg.ButtonText(i)), dlg.ButtonLabel(i), i == dlg.DefaultButton(),
+                                 i == dlg.CloseButton()});
     }
+    for (const std::string* text : {&shown.title, &shown.message, &shown.checkboxText})
+        AddUnresolved(*text, '<', '>', shown.unresolved);
+    for (const CShownButton& b : shown.buttons)
+        AddUnresolved(b.text, '<', '>', shown.unresolved);
     return shown;
 }
 
@@ -104,7 +131,11 @@ protected:
         return true;
     }
     void ShowDialog(CToolDialog& dlg) override;
-    void OpenURL(const std::string& url) override { events.push_back({false, {}, url}); }
+    void OpenURL(const std::string& url) override
+    {
+        events.push_back({false, {}, Utf8FromProgramText(url), {}});
+        AddUnresolved(url, '(', ')', events.back().unresolved);
+    }
 
 private:
     const CRunOptions& mOptions;
@@ -114,19 +145,19 @@ private:
 
 void CAnsweringInterpreter::ShowDialog(CToolDialog& dlg)
 {
-    events.push_back({true, Describe(dlg), ""});
+    events.push_back({true, Describe(dlg), "", {}});
     CShownDialog& shown = events.back().dialog;
-    std::string name = "dialog " + std::to_string(++mDialogs) + " " + JsonQuoted(shown.title);
+    std::string name = "dialog " + std::to_string(++mDialogs) + " " + Quoted(shown.title);
     if (answersUsed == mOptions.answers.size())
         throw CAnswerMismatch{name + " has no answer: give --press TEXT or --cancel"};
     const CRunOptions::CAnswer& answer = mOptions.answers[answersUsed++];
     Int slot = answer.cancel ? dlg.CloseButton() : FindButton(shown, answer.press);
     if (slot < 0)
-        throw CAnswerMismatch{name + " has no button " + JsonQuoted(answer.press)};
+        throw CAnswerMismatch{name + " has no button " + Quoted(answer.press)};
     shown.answered = true;
     shown.cancelled = answer.cancel;
     if (slot < dlg.ButtonCount())
-        shown.pressedText = dlg.ButtonText(slot);
+        shown.pressedText = shown.buttons[static_cast<std::size_t>(slot)].text;
     shown.pressedLabel = dlg.ButtonLabel(slot);
     shown.checked = shown.initiallyChecked;
     if (shown.hasCheckbox && checkboxesUsed < mOptions.checkboxes.size())
@@ -197,7 +228,8 @@ CRunReport RunWithAnswers(const std::string& script, const CRunOptions& options)
         report.findings = {{a.offset, false, "assertion \"" + a.message + "\": the program ends here"}};
     }
     report.events = std::move(interp.events);
-    report.variables = VarPairs(interp.ReplyVars());
+    for (const auto& v : VarPairs(interp.ReplyVars()))
+        report.variables.emplace_back(v.first, Utf8FromProgramText(v.second));
     return report;
 }
 
@@ -215,26 +247,36 @@ const char* EndName(EEnd end)
 
 std::string Box(bool checked) { return checked ? "[x]" : "[ ]"; }
 
+// A remark on each reference left unresolved, written with its delimiters.
+void WriteNotes(const std::vector<std::string>& names, const char* delims, std::string& out)
+{
+    for (const std::string& name : names) {
+        out += "  note: " + (delims[0] + name + delims[1]) + " is left as written: no global variable " + name +
+               " (give --set " + name + "=VALUE as the program's configuration or registry would)\n";
+    }
+}
+
 void WriteDialogText(const CShownDialog& d, int number, std::string& out)
 {
-    out += "dialog " + std::to_string(number) + " " + JsonQuoted(d.title) + "\n";
-    out += "  message " + JsonQuoted(d.message) + "\n";
+    out += "dialog " + std::to_string(number) + " " + Quoted(d.title) + "\n";
+    out += "  message " + Quoted(d.message) + "\n";
     if (d.width != 0)
         out += "  width " + std::to_string(d.width) + "\n";
     if (d.hasCheckbox) {
-        out += "  checkbox " + Box(d.initiallyChecked) + " " + JsonQuoted(d.checkboxText) + " -> " + d.checkboxVar +
+        out += "  checkbox " + Box(d.initiallyChecked) + " " + Quoted(d.checkboxText) + " -> " + d.checkboxVar +
                (d.negated ? " neg\n" : "\n");
     }
     for (const CShownButton& b : d.buttons) {
-        out += "  button " + JsonQuoted(b.text) + " -> " + b.label + (b.isDefault ? " default" : "") +
+        out += "  button " + Quoted(b.text) + " -> " + b.label + (b.isDefault ? " default" : "") +
                (b.isClose ? " close" : "") + "\n";
     }
+    WriteNotes(d.unresolved, "<>", out);
     if (!d.answered) {
         out += "  answer none\n";
         return;
     }
     out += d.cancelled ? "  answer cancel " : "  answer press ";
-    out += JsonQuoted(d.pressedText) + " -> " + d.pressedLabel;
+    out += Quoted(d.pressedText) + " -> " + d.pressedLabel;
     out += (d.hasCheckbox ? ", checkbox " + Box(d.checked) : "") + "\n";
 }
 
@@ -246,14 +288,25 @@ std::string ReportText(const CScriptText& text, const CRunReport& report)
         if (e.isDialog)
             WriteDialogText(e.dialog, ++dialogs, out);
         else
-            out += "open_new " + JsonQuoted(e.url) + "\n";
+            out += "open_new " + Quoted(e.url) + "\n";
+        WriteNotes(e.unresolved, "()", out);
     }
     for (const auto& v : report.variables)
-        out += "set " + v.first + " " + JsonQuoted(v.second) + "\n";
-    out += FormatFindings(text, report.findings);
+        out += "set " + v.first + " " + Quoted(v.second) + "\n";
+    out += text.Format(report.findings);
     if (!report.mismatch.empty())
         out += "error: " + report.mismatch + "\n";
     return out + "end " + EndName(report.end) + "\n";
+}
+
+void WriteUnresolved(const std::vector<std::string>& names, CJsonWriter& json)
+{
+    if (names.empty())
+        return;
+    json.Key("unresolved").BeginArray();
+    for (const std::string& name : names)
+        json.String(name);
+    json.EndArray();
 }
 
 void WriteDialogJson(const CShownDialog& d, CJsonWriter& json)
@@ -266,6 +319,7 @@ void WriteDialogJson(const CShownDialog& d, CJsonWriter& json)
     } else {
         json.Null();
     }
+    WriteUnresolved(d.unresolved, json);
     json.Key("buttons").BeginArray();
     for (const CShownButton& b : d.buttons) {
         json.BeginObject().Key("text").String(b.text).Key("label").String(b.label);
@@ -286,7 +340,7 @@ void WriteDialogJson(const CShownDialog& d, CJsonWriter& json)
 
 std::string ReportJson(const CScriptText& text, const CRunReport& report)
 {
-    CJsonWriter json(true);
+    CJsonWriter json(true, EJsonText::utf8);
     json.BeginObject().Key("file").String(text.Name()).Key("events").BeginArray();
     for (const CRunEvent& e : report.events) {
         json.BeginObject().Key(e.isDialog ? "dialog" : "open_new");
@@ -294,6 +348,7 @@ std::string ReportJson(const CScriptText& text, const CRunReport& report)
             WriteDialogJson(e.dialog, json);
         else
             json.String(e.url);
+        WriteUnresolved(e.unresolved, json);
         json.EndObject();
     }
     json.EndArray().Key("variables").BeginObject();
@@ -314,7 +369,19 @@ std::string ReportJson(const CScriptText& text, const CRunReport& report)
 
 int RunScriptWithAnswers(const CScriptText& text, const CRunOptions& options, std::string& out)
 {
-    CRunReport report = RunWithAnswers(text.Text(), options);
+    // The program gets the script in its code page; what it says is shown at the file's own places, in UTF-8.
+    CProgramText program = ToProgramText(text.Text());
+    CRunReport report;
+    if (program.findings.empty()) {
+        report = RunWithAnswers(program.text, options);
+        for (CScriptFinding& f : report.findings) {
+            f.offset = program.FileOffset(f.offset);
+            f.message = Utf8FromProgramText(f.message);
+        }
+    } else {
+        report.end = EEnd::error;
+        report.findings = program.findings;
+    }
     out += options.json ? ReportJson(text, report) : ReportText(text, report);
     switch (report.end) {
     case EEnd::ok: return 0;

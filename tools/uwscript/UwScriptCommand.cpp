@@ -1,13 +1,15 @@
 // uwscript's two commands and their options.
 #include "UwScriptCommand.h"
 
-#include "ScriptCheck.h"
+#include <algorithm>
+
+#include "ReplyPage.h"
 #include "ScriptRun.h"
 
 namespace {
 
 const char cUsage[] =
-    "Usage: uwscript check FILE...\n"
+    "Usage: uwscript check [--signed] FILE...\n"
     "       uwscript run FILE [--set NAME=VALUE]... [--press TEXT|--cancel]... [--checkbox on|off]... [--json]\n";
 
 // A script file is small; anything far larger is not one.
@@ -22,8 +24,13 @@ bool LoadScript(const std::string& path, std::string& text, std::string& err)
     return false;
 }
 
-int Check(const std::vector<std::string>& files, std::string& out, std::string& err)
+// A page's rules as uwserver applies them; without --signed the page may be served either way.
+int Check(std::vector<std::string> files, std::string& out, std::string& err)
 {
+    auto flag = std::find(files.begin(), files.end(), "--signed");
+    ESigning signing = flag == files.end() ? ESigning::either : ESigning::signed_;
+    if (flag != files.end())
+        files.erase(flag);
     int status = 0;
     for (const std::string& path : files) {
         std::string text;
@@ -31,9 +38,9 @@ int Check(const std::vector<std::string>& files, std::string& out, std::string& 
             status = 2;
             continue;
         }
-        std::vector<CScriptFinding> findings = CheckScript(text);
-        out += FormatFindings(CScriptText(path, text), findings);
-        if (HasErrors(findings) && status == 0)
+        CReplyPage page = PrepareReplyPage(text, signing);
+        out += CScriptText(path, text).Format(page.findings);
+        if (!page.Servable() && status == 0)
             status = 1;
     }
     return status;
@@ -71,7 +78,7 @@ int RunUwScript(const std::vector<std::string>& args, std::string& out, std::str
 {
     std::string why;
     CRunOptions options;
-    if (args.size() >= 2 && args[0] == "check")
+    if (args.size() >= 2 && args[0] == "check" && !(args.size() == 2 && args[1] == "--signed"))
         return Check(std::vector<std::string>(args.begin() + 1, args.end()), out, err);
     if (args.size() < 2 || args[0] != "run" || !ParseRunOptions(args, options, why)) {
         err += (why.empty() ? "" : "uwscript: " + why + "\n") + cUsage;

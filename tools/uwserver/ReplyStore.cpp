@@ -1,31 +1,13 @@
 // Loading, checking and wrapping the reply scripts.
 #include "ReplyStore.h"
 
-#include <algorithm>
-
+#include "ReplyPage.h"
 #include "ReplySigner.h"
-#include "ScriptCheck.h"
-#include "SignedReply.h"
 
 namespace {
 
-const char cStart[] = "[START]";
-const char cEnd[] = "[END]\n";
-// "[SIG]", the signature's digits, "[/SIG]" and a line feed.
-constexpr std::size_t cSignatureBlock = sizeof Orn::SignatureStartMarker - 1 + 2 * Orn::ReplySignatureBytes +
-                                        sizeof Orn::SignatureEndMarker - 1 + 1;
-
-// A marker inside the script would cut it short when the program takes it out of the page.
-void FindMarkers(const std::string& script, std::vector<CScriptFinding>& findings)
-{
-    for (const char* marker : {"[START]", "[END]"}) {
-        std::size_t at = script.find(marker);
-        if (at != std::string::npos)
-            findings.push_back(
-                {at, false,
-                 std::string("the script holds \"") + marker + "\", which would cut it short in the reply page"});
-    }
-}
+// A reply file with comments may be larger than its page; anything far larger is no reply file.
+constexpr std::size_t cMaxReplyFile = 1 << 20;
 
 } // namespace
 
@@ -33,26 +15,19 @@ bool CReplyStore::LoadOne(const std::string& folder, const std::string& name, st
                           std::string& warnings)
 {
     std::string path = folder + "/" + name;
-    std::string script, why;
-    // The script goes between line feeds after "[START]" and before "[END]".
-    std::size_t envelope = (sizeof cStart - 1) + (sizeof cEnd - 1) + 2 + (mSigner ? cSignatureBlock : 0);
-    std::size_t maxScript = cMaxPage - envelope;
-    if (!ReadSmallFile(path, maxScript, script, why)) {
-        errors += path + ": can't serve it: " + why + " (a reply page holds at most " + std::to_string(cMaxPage) +
-                  " bytes)\n";
+    std::string text, why;
+    if (!ReadSmallFile(path, cMaxReplyFile, text, why)) {
+        errors += path + ": can't serve it: " + why + "\n";
         return false;
     }
-    std::vector<CScriptFinding> findings = CheckScript(script);
-    FindMarkers(script, findings);
-    std::stable_sort(findings.begin(), findings.end(),
-                     [](const CScriptFinding& a, const CScriptFinding& b) { return a.offset < b.offset; });
-    std::string report = FormatFindings(CScriptText(path, script), findings);
-    if (HasErrors(findings)) {
+    CReplyPage page = PrepareReplyPage(text, mSigner ? ESigning::signed_ : ESigning::unsigned_);
+    std::string report = CScriptText(path, text).Format(page.findings);
+    if (!page.Servable()) {
         errors += report;
         return false;
     }
     warnings += report;
-    mScripts[name] = "\n" + script + "\n";
+    mScripts[name] = PageBody(page.script);
     return true;
 }
 
@@ -69,7 +44,7 @@ bool CReplyStore::Load(const std::string& folder, const std::vector<std::string>
 std::string CReplyStore::Page(const std::string& name, const Orn::CSignedRequest* request) const
 {
     const std::string& script = mScripts.at(name);
-    std::string page = cStart + script + cEnd;
+    std::string page = PageText(script);
     if (!mSigner || !request || request->nonce.IsEmpty())
         return page;
     std::string block = mSigner->SignatureBlock(*request, script);

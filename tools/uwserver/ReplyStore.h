@@ -1,6 +1,6 @@
-// The reply pages the server sends. Every page is made here: each reply script of the folder, checked as the
-// program would run it, wrapped in the envelope the program cuts the script out of, and signed for the
-// request when the server has a key.
+// The reply pages the server sends. Every page is made here: each reply file of the folder, checked and
+// converted by the rules uwscript check applies too, wrapped in the envelope the program cuts the script out of,
+// and signed for the request when the server has a key.
 #pragma once
 
 #include <cstddef>
@@ -15,18 +15,16 @@ struct CSignedRequest;
 
 class CReplyStore {
 public:
-    // The program reads at most this many bytes of a page.
-    static constexpr std::size_t cMaxPage = 10000;
-
     // With a signer (it must outlive the store), pages asked for with a nonce are signed.
     explicit CReplyStore(const CReplySigner* signer = nullptr) : mSigner(signer) {}
 
-    // Reads and checks each named script of the folder. False when any cannot be served, with every problem
+    // Reads and checks each named reply file of the folder. False when any cannot be served, with every problem
     // in `errors`; warnings about scripts that can be served go to `warnings`.
     bool Load(const std::string& folder, const std::vector<std::string>& names, std::string& errors,
               std::string& warnings);
-    // The page of a reply the store holds; with a signer and a request that carries a nonce, the signature
-    // block for that request follows "[END]". Empty when the signature cannot be made.
+    // The page of a reply the store holds, its script without comments; with a signer and a request that
+    // carries a nonce, the signature block for that request follows "[END]". Empty when the signature cannot
+    // be made.
     std::string Page(const std::string& name, const Orn::CSignedRequest* request = nullptr) const;
 
 private:
