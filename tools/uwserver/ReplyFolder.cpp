@@ -1,11 +1,27 @@
 // Loading a reply folder: the rules file, then the replies it names.
 #include "ReplyFolder.h"
 
+#include <filesystem>
+
 #include "ScriptText.h"
 
 namespace {
 
 constexpr std::size_t cMaxRules = 64 * 1024;
+
+// A reply the rules name but the folder lacks is the rules' mistake, so it is reported where the rules name it.
+std::vector<std::string> PresentReplies(const std::string& folder, const CServerRules& rules, std::string& errors)
+{
+    std::vector<std::string> present;
+    for (const std::string& name : rules.ReplyFiles()) {
+        std::error_code ec;
+        if (std::filesystem::exists(folder + "/" + name, ec))
+            present.push_back(name);
+        else
+            errors += rules.WhereNamed(name) + ": reply file '" + name + "' not found in " + folder + "\n";
+    }
+    return present;
+}
 
 } // namespace
 
@@ -17,7 +33,11 @@ bool LoadReplyFolder(const std::string& folder, const CReplySigner* signer, CRep
         return false;
     }
     out.replies = CReplyStore(signer);
-    bool ok = out.rules.Parse(path, text, errors) && out.replies.Load(folder, out.rules.ReplyFiles(), errors, warnings);
+    if (!out.rules.Parse(path, text, errors)) {
+        messages = errors;
+        return false;
+    }
+    bool ok = out.replies.Load(folder, PresentReplies(folder, out.rules, errors), errors, warnings) && errors.empty();
     messages = warnings + errors;
     return ok;
 }

@@ -38,8 +38,9 @@ bool CReplyStore::LoadOne(const std::string& folder, const std::string& name, st
     std::size_t envelope = (sizeof cStart - 1) + (sizeof cEnd - 1) + 2 + (mSigner ? cSignatureBlock : 0);
     std::size_t maxScript = cMaxPage - envelope;
     if (!ReadSmallFile(path, maxScript, script, why)) {
-        errors += path + ": can't serve it: " + why + " (a reply page holds at most " + std::to_string(cMaxPage) +
-                  " bytes)\n";
+        bool tooLarge = why.compare(0, 11, "larger than") == 0;
+        errors += path + ": can't serve it: " + why +
+                  (tooLarge ? " (a reply page holds at most " + std::to_string(cMaxPage) + " bytes)" : "") + "\n";
         return false;
     }
     std::vector<CScriptFinding> findings = CheckScript(script);
