@@ -10,12 +10,16 @@
 #include "Debug.h"
 #include "ReplyFolder.h"
 #include "ReplySigner.h"
+#include "ServerCommand.h"
 #include "VersionServer.h"
 
 namespace {
 
 const char cUsage[] = "Usage: uwserver [--port N] [--record FILE] [--listen ADDRESS] [--sign-key KEY.pem] FOLDER\n"
-                      "       uwserver --print-key KEY.pem\n";
+                      "       uwserver --print-key KEY.pem\n"
+                      "       uwserver check [--sign-key KEY.pem] FOLDER\n"
+                      "       uwserver which FOLDER NAME=VALUE...\n"
+                      "       uwserver report RECORD... [--html FILE]\n";
 
 struct COptions {
     int port = 8080;
@@ -117,6 +121,13 @@ int Serve(const COptions& options, const CServerRules& rules, const CReplyStore&
 
 int main(int argc, char** argv)
 {
+    if (argc > 1 && IsServerCommand(argv[1])) {
+        std::string out, err;
+        int status = RunServerCommand(std::vector<std::string>(argv + 1, argv + argc), out, err);
+        std::fwrite(out.data(), 1, out.size(), stdout);
+        std::fwrite(err.data(), 1, err.size(), stderr);
+        return status;
+    }
     COptions options;
     if (!ParseOptions(argc, argv, options)) {
         std::fputs(cUsage, stderr);
