@@ -73,7 +73,7 @@ TEST(ServerCommand, WhichShowsTheReplyItsRuleAndThePage)
     run = RunCommand({"which", dir, "VR_ProdVer=3.10.0.0", "VR_MACAddr=none", "VR_Random=1"});
     EXPECT_EQ(run.out.substr(0, run.out.find("page:")),
               "reply: current.txt\nrule: " + dir + "/rules.txt:3: otherwise -> current.txt\n"
-              "machine: no identity (VR_Random, VR_MachTime, VR_UserTime unset, VR_MACAddr none): only "
+              "machine: no identity (VR_Random with VR_MachTime, VR_UserTime and VR_MACAddr are all unset): only "
               "'rollout 100%' holds\n");
     for (const std::vector<std::string>& args :
          {std::vector<std::string>{"which"}, {"which", dir, "=1"}, {"which", dir, "VR_OS"}, {"check"}}) {

@@ -36,9 +36,10 @@ int Check(const std::vector<std::string>& args, std::string& out, std::string& e
     std::string messages;
     bool ok = LoadReplyFolder(folder, keyed ? &signer : nullptr, loaded, messages);
     out += messages;
+    std::size_t replies = loaded.rules.ReplyFiles().size();
     if (ok)
-        out += folder + ": the rules and " + std::to_string(loaded.rules.ReplyFiles().size()) +
-               " replies can be served\n";
+        out += folder + ": the rules and " + std::to_string(replies) + (replies == 1 ? " reply" : " replies") +
+               " can be served\n";
     return ok ? 0 : 1;
 }
 
@@ -47,7 +48,7 @@ std::string RolloutLine(const Orn::CVarList& params)
 {
     std::string identity = MachineIdentity(params);
     if (identity.empty())
-        return "machine: no identity (VR_Random, VR_MachTime, VR_UserTime unset, VR_MACAddr none): only "
+        return "machine: no identity (VR_Random with VR_MachTime, VR_UserTime and VR_MACAddr are all unset): only "
                "'rollout 100%' holds\n";
     char place[32];
     std::snprintf(place, sizeof place, "%.2f%%", RolloutPoint(identity) / 100.0);
