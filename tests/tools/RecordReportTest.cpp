@@ -42,7 +42,8 @@ TEST(RecordReport, LinesAreReadOrRefusedWithTheReason)
         {R"({"time":"2024-05-01 00:00:00","status":200})", "no time"},
         {cTime + "} x", "text after the record"},
         {cTime + R"(,"time":"2024-05-01T00:00:00Z" "x":1})", "expected ',' or '}'"},
-        {R"({"time":"2024-05-01T00:00:00Z","status":200.5})", "the status is not a whole number of at most four digits"},
+        {R"({"time":"2024-05-01T00:00:00Z","status":200.5})",
+         "the status is not a whole number of at most four digits"},
         {cTime + R"(,"params":{"a":1}})", "expected a text"},
         {cTime + R"(,"params":["a"]})", "expected the parameters as an object"},
         {cTime + R"(,"x":"\q"})", "bad escape in a text"},
@@ -143,4 +144,32 @@ TEST(RecordReport, HtmlPageHoldsTheChartsAndNothingActive)
     EXPECT_EQ(RunReport({record, "--html", dir.Path() + "/no/such/dir.html"}, out, err), 1);
     EXPECT_EQ(RunReport({dir.Path() + "/none"}, out, err), 1);
     EXPECT_EQ(RunReport({"--html", page}, out, err), 2);
+}
+
+// However many labels and days a record holds, the counts stay bounded: labels beyond the limit count
+// together, and a day beyond the limit is refused.
+TEST(RecordReport, HostileRecordsStayBounded)
+{
+    CRecordTally tally;
+    CRecordLine line;
+    line.status = 200;
+    line.time = "2024-05-01T00:00:00Z";
+    std::vector<std::string> languages;
+    for (std::size_t i = 0; i <= CRecordTally::cMaxLabels; ++i)
+        languages.push_back("lang-" + std::to_string(i));
+    for (std::size_t i = 0; i <= CRecordTally::cMaxLabels; ++i) {
+        line.params = {{"VR_UserTime", languages[i]}, {"VR_OSLang", languages[i]}};
+        ASSERT_TRUE(tally.Add(line));
+    }
+    ASSERT_EQ(tally.Labels(CRecordTally::kLanguage).size(), CRecordTally::cMaxLabels + 1);
+    EXPECT_EQ(tally.Labels(CRecordTally::kLanguage).back(), "(other)");
+    EXPECT_EQ(tally.Total().Count(CRecordTally::kLanguage, CRecordTally::cMaxLabels), 1u);
+    // One day is counted already; the days up to the limit are taken, the one after is not.
+    char time[32];
+    for (int d = 0; d < int(CRecordTally::cMaxDays); ++d) {
+        std::snprintf(time, sizeof time, "%04d-%02d-%02dT00:00:00Z", 3000 + d / 360, d % 360 / 30 + 1, d % 30 + 1);
+        line.time = time;
+        ASSERT_EQ(tally.Add(line), d + 1 < int(CRecordTally::cMaxDays)) << time;
+    }
+    EXPECT_EQ(tally.Days().size(), CRecordTally::cMaxDays);
 }

@@ -4,6 +4,7 @@
 #include "MachineIdentity.h"
 
 #include <cmath>
+#include <cstdio>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -21,8 +22,8 @@ CServerRules RolloutRules(const std::string& share)
     return rules;
 }
 
-// A fleet as the field has it: setup-made tick counts and times, machines set up in the same hour, each
-// 20th a fresh install whose user key holds the only identity.
+// A fleet as the field has it: setup a few minutes after the machine started (tick counts of 2 to 10 minutes),
+// three machines set up each second, each 20th a fresh install whose user key holds the only identity.
 std::vector<Orn::CVarList> Fleet(int size)
 {
     std::mt19937 random(7);
@@ -30,12 +31,24 @@ std::vector<Orn::CVarList> Fleet(int size)
     for (int i = 0; i < size; ++i) {
         bool fresh = i % 20 == 0;
         std::string time = std::to_string(1700000000 + i / 3);
-        fleet[i].Set("VR_Random", fresh ? "1" : std::to_string(random() % 2000000000).c_str());
+        fleet[i].Set("VR_Random", fresh ? "1" : std::to_string(120000 + random() % 480000).c_str());
         fleet[i].Set("VR_MachTime", fresh ? "1" : time.c_str());
         fleet[i].Set("VR_UserTime", std::to_string(1710000000 + i).c_str());
         fleet[i].Set("VR_MACAddr", "none");
     }
     return fleet;
+}
+
+// Chi-square of the places of identities over equal buckets of the rollout order.
+double ChiSquare(const std::vector<std::string>& identities, int buckets)
+{
+    std::vector<int> counts(buckets);
+    for (const std::string& identity : identities)
+        ++counts[RolloutPoint(identity) * buckets / cRolloutPoints];
+    double expected = double(identities.size()) / buckets, chi2 = 0;
+    for (int n : counts)
+        chi2 += (n - expected) * (n - expected) / expected;
+    return chi2;
 }
 
 } // namespace
@@ -80,16 +93,17 @@ TEST(Rollout, SharesHoldOverALargeFleetAndOnlyGrow)
 
 TEST(Rollout, PlacesAreEvenAndKeptBetweenChecks)
 {
-    constexpr int cFleet = 60000, cBuckets = 100;
+    constexpr int cFleet = 60000;
     std::vector<Orn::CVarList> fleet = Fleet(cFleet);
-    std::vector<int> buckets(cBuckets);
+    std::vector<std::string> identities, batch;
     for (const Orn::CVarList& machine : fleet)
-        ++buckets[RolloutPoint(MachineIdentity(machine)) * cBuckets / cRolloutPoints];
-    // Chi-square with 99 degrees of freedom: above 160 happens by chance less than once in 10,000 runs.
-    double expected = double(cFleet) / cBuckets, chi2 = 0;
-    for (int n : buckets)
-        chi2 += (n - expected) * (n - expected) / expected;
-    EXPECT_LT(chi2, 160);
+        identities.push_back(MachineIdentity(machine));
+    // A company's machines set up one a second, as fresh installs: a wave takes its share of them too.
+    for (int i = 0; i < 2000; ++i)
+        batch.push_back("u:" + std::to_string(1720000000 + i));
+    // Above these, with 99 and 19 degrees of freedom, chance takes less than one run in 10,000.
+    EXPECT_LT(ChiSquare(identities, 100), 160);
+    EXPECT_LT(ChiSquare(batch, 20), 50);
 
     // The next check sends other counters and a later VR_LastUW; the machine keeps its place.
     CServerRules rules = RolloutRules("50%");
@@ -103,6 +117,16 @@ TEST(Rollout, PlacesAreEvenAndKeptBetweenChecks)
 
 TEST(Rollout, MachinesWithoutIdentityJoinOnlyAtTheFullShare)
 {
+    // A machine at 23.45 % is outside a rollout of exactly that share and inside the next larger one.
+    Orn::CVarList machine;
+    machine.Set("VR_UserTime", "1710000042");
+    unsigned point = RolloutPoint("u:1710000042");
+    char at[16], above[16];
+    std::snprintf(at, sizeof at, "%u.%02u%%", point / 100, point % 100);
+    std::snprintf(above, sizeof above, "%u.%02u%%", (point + 1) / 100, (point + 1) % 100);
+    EXPECT_EQ(RolloutRules(at).Choose(machine), "out.txt") << at;
+    EXPECT_EQ(RolloutRules(above).Choose(machine), "in.txt") << above;
+
     Orn::CVarList fresh;
     fresh.ParseQuery("VR_Random=1&VR_MachTime=1&VR_UserTime=1&VR_MACAddr=none", true);
     EXPECT_EQ(RolloutRules("99.99%").Choose(fresh), "out.txt");

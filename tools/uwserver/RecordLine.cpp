@@ -1,6 +1,8 @@
 // The record line reader: one pass over the bytes, escapes decoded into storage of the line's size.
 #include "RecordLine.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr int cMaxDepth = 16;
@@ -84,7 +86,10 @@ bool CRecordParser::ParseMember(CRecordLine& out)
         return ParseParams(out);
     if (key == "status")
         return ParseNumber(out.status);
-    std::string_view* text = key == "time" ? &out.time : key == "path" ? &out.path : key == "reply" ? &out.reply : nullptr;
+    std::string_view* text = key == "time"    ? &out.time
+                             : key == "path"  ? &out.path
+                             : key == "reply" ? &out.reply
+                                              : nullptr;
     if (!text || (key == "reply" && mLine.substr(mAt, 4) == "null"))
         return SkipValue(0);
     return ParseString(*text);
@@ -110,7 +115,8 @@ bool CRecordParser::ParseString(std::string_view& text)
     if (!Take('"'))
         return Fail("expected a text");
     std::size_t start = mAt;
-    while (mAt < mLine.size() && mLine[mAt] != '"' && mLine[mAt] != '\\' && static_cast<unsigned char>(mLine[mAt]) >= 0x20)
+    while (mAt < mLine.size() && mLine[mAt] != '"' && mLine[mAt] != '\\' &&
+           static_cast<unsigned char>(mLine[mAt]) >= 0x20)
         ++mAt;
     if (mAt < mLine.size() && mLine[mAt] == '"') {
         text = mLine.substr(start, mAt++ - start);
@@ -204,7 +210,7 @@ bool CRecordParser::SkipValue(int depth)
         }
     }
     std::size_t start = mAt;
-    while (mAt < mLine.size() && (IsDigit(mLine[mAt]) || std::string_view("+-.eE").find(mLine[mAt]) != std::string_view::npos))
+    while (mAt < mLine.size() && (IsDigit(mLine[mAt]) || std::strchr("+-.eE", mLine[mAt])))
         ++mAt;
     return mAt > start || Fail("expected a value");
 }

@@ -89,7 +89,8 @@ bool WriteFile(const std::string& path, const std::string& text, std::string& er
 std::string Percent(std::uint64_t part, std::uint64_t whole)
 {
     char text[16];
-    std::snprintf(text, sizeof text, "%5.1f%%", whole ? 100.0 * static_cast<double>(part) / static_cast<double>(whole) : 0.0);
+    double share = whole ? 100.0 * static_cast<double>(part) / static_cast<double>(whole) : 0.0;
+    std::snprintf(text, sizeof text, "%5.1f%%", share);
     return text;
 }
 
@@ -175,10 +176,12 @@ std::string ReportText(const CRecordTally& tally, const CReadSummary& summary)
     return out;
 }
 
-int RunReport(const std::vector<std::string>& args, std::string& out, std::string& err)
+namespace {
+
+// The record files and the page's path from "RECORD... [--html FILE]"; false for anything else.
+bool ParseReportArgs(const std::vector<std::string>& args, std::vector<std::unique_ptr<CInput>>& inputs,
+                     std::string& html)
 {
-    std::vector<std::unique_ptr<CInput>> inputs;
-    std::string html;
     for (std::size_t i = 0; i < args.size(); ++i) {
         if (args[i] == "--html" && i + 1 < args.size() && html.empty()) {
             html = args[++i];
@@ -186,11 +189,19 @@ int RunReport(const std::vector<std::string>& args, std::string& out, std::strin
             inputs.push_back(std::make_unique<CInput>());
             inputs.back()->path = args[i];
         } else {
-            inputs.clear();
-            break;
+            return false;
         }
     }
-    if (inputs.empty()) {
+    return !inputs.empty();
+}
+
+} // namespace
+
+int RunReport(const std::vector<std::string>& args, std::string& out, std::string& err)
+{
+    std::vector<std::unique_ptr<CInput>> inputs;
+    std::string html;
+    if (!ParseReportArgs(args, inputs, html)) {
         err += cUsage;
         return 2;
     }

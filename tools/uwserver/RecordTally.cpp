@@ -24,12 +24,7 @@ std::string SystemLabel(const CRecordLine& line)
     return label;
 }
 
-void Bump(std::vector<std::uint64_t>& counts, std::uint32_t label)
-{
-    if (counts.size() <= label)
-        counts.resize(label + 1);
-    ++counts[label];
-}
+void Bump(std::unordered_map<std::uint32_t, std::uint64_t>& counts, std::uint32_t label) { ++counts[label]; }
 
 bool NewerFirst(const std::string& a, const std::string& b)
 {

@@ -25,12 +25,14 @@ public:
         std::uint64_t refused = 0;
         std::uint64_t unidentified = 0; // served requests that carry no machine identity
         std::uint64_t machines = 0;
-        // By label number: machines for versions, systems and languages; served requests for replies.
-        std::vector<std::uint64_t> byLabel[cKinds];
+        // By label number: machines for versions, systems and languages; served requests for replies. Only the
+        // labels a day has are kept, so memory follows what the record holds, never days times labels.
+        std::unordered_map<std::uint32_t, std::uint64_t> byLabel[cKinds];
 
         std::uint64_t Count(EKind kind, std::size_t label) const
         {
-            return label < byLabel[kind].size() ? byLabel[kind][label] : 0;
+            auto found = byLabel[kind].find(static_cast<std::uint32_t>(label));
+            return found == byLabel[kind].end() ? 0 : found->second;
         }
     };
 

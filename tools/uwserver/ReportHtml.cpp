@@ -219,7 +219,8 @@ std::string ReportHtml(const CRecordTally& tally, const CReadSummary& summary)
                        std::to_string(total.machines) + " machines, " + std::to_string(total.served) +
                        " replies served, " + std::to_string(total.refused) + " requests refused; " +
                        std::to_string(summary.lines) + " record lines from " + std::to_string(summary.files) +
-                       (summary.files == 1 ? " file, " : " files, ") + std::to_string(summary.damaged) + " damaged lines skipped.</p>\n";
+                       (summary.files == 1 ? " file, " : " files, ") + std::to_string(summary.damaged) +
+                       " damaged lines skipped.</p>\n";
     html += "<h2>Machines per day by product version</h2>\n" + StackedBars(days, DaySeries(tally, EKind::kVersion));
     html += "<h2>Replies served per day</h2>\n" + StackedBars(days, DaySeries(tally, EKind::kReply));
     html += "<h2>Machines by system</h2>\n" + TotalBars(tally, EKind::kSystem);

@@ -335,7 +335,8 @@ void CServerRules::ParseRuleLine(CRuleLine& line, int& otherwiseLine)
     if (!CLineParser(line, mDeclared).ParseRule(rule))
         return;
     if (otherwiseLine) {
-        line.Fail(line.First(), "no request reaches a rule after 'otherwise' (line " + std::to_string(otherwiseLine) + ")");
+        line.Fail(line.First(),
+                  "no request reaches a rule after 'otherwise' (line " + std::to_string(otherwiseLine) + ")");
         return;
     }
     if (rule.conditions.empty())
