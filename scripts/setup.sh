@@ -13,6 +13,8 @@ PACKAGES=(
     libgnutls30 python3
     # scripts/coverage.sh
     gcovr
+    # uwserver report's page, loaded by the test command in a real browser
+    chromium
 )
 
 missing=()

@@ -31,55 +31,6 @@ const char cRules[] = "# comment\n"
 
 } // namespace
 
-TEST(UwServer, RulesFileErrorsNameTheirLines)
-{
-    const struct {
-        const char* rules;
-        const char* errors;
-    } cases[] = {
-        {"X older than 3.x -> a.txt\nY like z\nZ is 1 -> ../a.txt\nW sort of 1 -> a.txt\notherwise -> b.txt",
-         "r:1: not a version: '3.x' (write it as the program shows it: 3.2, 3.1c, 3.0 beta 2)\n"
-         "r:2: expected CONDITIONS -> FILE or otherwise -> FILE\n"
-         "r:3: the reply must be a file name in the folder: '../a.txt'\n"
-         "r:4: expected NAME older than VERSION, NAME newer than VERSION, NAME is TEXT or NAME like PATTERN\n"},
-        {"otherwise -> a.txt\nX is 1 -> b.txt\n", "r:2: no request reaches a rule after 'otherwise'\n"},
-        {"X is 1 -> b.txt\n", "r: the last rule must be 'otherwise -> FILE'\n"},
-    };
-    for (const auto& c : cases) {
-        CServerRules rules;
-        std::string errors;
-        EXPECT_EQ(rules.Parse("r", c.rules, errors), !*c.errors) << c.rules;
-        EXPECT_EQ(errors, c.errors);
-    }
-}
-
-TEST(UwServer, RulesCompareVersionsAsTheProgramSendsThem)
-{
-    CServerRules rules;
-    std::string errors;
-    ASSERT_TRUE(rules.Parse("r", cRules, errors)) << errors;
-    const struct {
-        const char* query;
-        const char* reply;
-    } cases[] = {
-        {"VR_ProdVer=3.10.0.0", "update.txt"},              // 3.1 goes out as 3.10.0.0
-        {"VR_ProdVer=3.20.0.0", "current.txt"},             // 3.2
-        {"VR_ProdVer=3.10.99.0&VR_OSLang=de-AT", "de.txt"}, // 3.1c
-        {"VR_ProdVer=3.20.0.5", "update.txt"},              // the fourth number counts as a pre-release
-        {"VR_ProdVer=3.1", "update.txt"},                   // a display form is read as one
-        {"VR_ProdVer=3.1.256.0", "current.txt"},            // no version: no version test holds
-        {"VR_ProdVer=3.0%20beta%202147483647", "current.txt"},
-        {"", "current.txt"},
-    };
-    for (const auto& c : cases) {
-        Orn::CVarList params;
-        params.ParseQuery(c.query, true);
-        EXPECT_EQ(rules.Choose(params), c.reply) << c.query;
-    }
-    EXPECT_TRUE(GlobMatch("a*b?c*", "axxbyczz"));
-    EXPECT_FALSE(GlobMatch("a*b?c", "axxbycz"));
-}
-
 // The store serves what uwscript check passes: UTF-8 files in the program's code page, comments left out, and a
 // signed page's smaller limit only when it signs.
 TEST(UwServer, RepliesAreServedAsCheckedWithoutTheirComments)

@@ -8,15 +8,18 @@
 #include <thread>
 
 #include "Debug.h"
+#include "ReplyFolder.h"
 #include "ReplySigner.h"
-#include "ScriptText.h"
+#include "ServerCommand.h"
 #include "VersionServer.h"
 
 namespace {
 
 const char cUsage[] = "Usage: uwserver [--port N] [--record FILE] [--listen ADDRESS] [--sign-key KEY.pem] FOLDER\n"
-                      "       uwserver --print-key KEY.pem\n";
-constexpr std::size_t cMaxRules = 64 * 1024;
+                      "       uwserver --print-key KEY.pem\n"
+                      "       uwserver check [--sign-key KEY.pem] FOLDER\n"
+                      "       uwserver which FOLDER NAME=VALUE...\n"
+                      "       uwserver report RECORD... [--html FILE]\n";
 
 struct COptions {
     int port = 8080;
@@ -70,19 +73,6 @@ bool LoadKey(const std::string& path, CReplySigner& signer)
 // A framework assertion that a request provokes has been written to standard error; the server goes on.
 void GoOnAfterAssertion(const char*, const char*, Orn::Int) {}
 
-bool LoadFolder(const std::string& folder, CServerRules& rules, CReplyStore& replies)
-{
-    std::string path = folder + "/rules.txt", text, errors, warnings;
-    if (!ReadSmallFile(path, cMaxRules, text, errors)) {
-        std::fprintf(stderr, "uwserver: can't read %s: %s\n", path.c_str(), errors.c_str());
-        return false;
-    }
-    bool ok = rules.Parse(path, text, errors) && replies.Load(folder, rules.ReplyFiles(), errors, warnings);
-    std::fputs(warnings.c_str(), stderr);
-    std::fputs(errors.c_str(), stderr);
-    return ok;
-}
-
 // SIGINT, SIGTERM and SIGHUP stop the server from a thread of their own; every other thread blocks them.
 class CSignalStop {
 public:
@@ -131,6 +121,13 @@ int Serve(const COptions& options, const CServerRules& rules, const CReplyStore&
 
 int main(int argc, char** argv)
 {
+    if (argc > 1 && IsServerCommand(argv[1])) {
+        std::string out, err;
+        int status = RunServerCommand(std::vector<std::string>(argv + 1, argv + argc), out, err);
+        std::fwrite(out.data(), 1, out.size(), stdout);
+        std::fwrite(err.data(), 1, err.size(), stderr);
+        return status;
+    }
     COptions options;
     if (!ParseOptions(argc, argv, options)) {
         std::fputs(cUsage, stderr);
@@ -147,16 +144,18 @@ int main(int argc, char** argv)
         return 1;
     std::signal(SIGPIPE, SIG_IGN);
     Orn::SetAssertHook(GoOnAfterAssertion);
-    CServerRules rules;
-    CReplyStore replies(options.signKey.empty() ? nullptr : &signer);
-    if (!LoadFolder(options.folder, rules, replies))
+    CReplyFolder folder;
+    std::string messages;
+    bool loaded = LoadReplyFolder(options.folder, options.signKey.empty() ? nullptr : &signer, folder, messages);
+    std::fputs(messages.c_str(), stderr);
+    if (!loaded)
         return 1;
     if (options.record.empty())
-        return Serve(options, rules, replies, stdout);
+        return Serve(options, folder.rules, folder.replies, stdout);
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> recordFile(std::fopen(options.record.c_str(), "a"), std::fclose);
     if (!recordFile) {
         std::fprintf(stderr, "uwserver: can't open %s: %s\n", options.record.c_str(), std::strerror(errno));
         return 1;
     }
-    return Serve(options, rules, replies, recordFile.get());
+    return Serve(options, folder.rules, folder.replies, recordFile.get());
 }
