@@ -8,15 +8,14 @@
 #include <thread>
 
 #include "Debug.h"
+#include "ReplyFolder.h"
 #include "ReplySigner.h"
-#include "ScriptText.h"
 #include "VersionServer.h"
 
 namespace {
 
 const char cUsage[] = "Usage: uwserver [--port N] [--record FILE] [--listen ADDRESS] [--sign-key KEY.pem] FOLDER\n"
                       "       uwserver --print-key KEY.pem\n";
-constexpr std::size_t cMaxRules = 64 * 1024;
 
 struct COptions {
     int port = 8080;
@@ -69,19 +68,6 @@ bool LoadKey(const std::string& path, CReplySigner& signer)
 
 // A framework assertion that a request provokes has been written to standard error; the server goes on.
 void GoOnAfterAssertion(const char*, const char*, Orn::Int) {}
-
-bool LoadFolder(const std::string& folder, CServerRules& rules, CReplyStore& replies)
-{
-    std::string path = folder + "/rules.txt", text, errors, warnings;
-    if (!ReadSmallFile(path, cMaxRules, text, errors)) {
-        std::fprintf(stderr, "uwserver: can't read %s: %s\n", path.c_str(), errors.c_str());
-        return false;
-    }
-    bool ok = rules.Parse(path, text, errors) && replies.Load(folder, rules.ReplyFiles(), errors, warnings);
-    std::fputs(warnings.c_str(), stderr);
-    std::fputs(errors.c_str(), stderr);
-    return ok;
-}
 
 // SIGINT, SIGTERM and SIGHUP stop the server from a thread of their own; every other thread blocks them.
 class CSignalStop {
@@ -147,10 +133,14 @@ int main(int argc, char** argv)
         return 1;
     std::signal(SIGPIPE, SIG_IGN);
     Orn::SetAssertHook(GoOnAfterAssertion);
-    CServerRules rules;
-    CReplyStore replies(options.signKey.empty() ? nullptr : &signer);
-    if (!LoadFolder(options.folder, rules, replies))
+    CReplyFolder folder;
+    std::string messages;
+    bool loaded = LoadReplyFolder(options.folder, options.signKey.empty() ? nullptr : &signer, folder, messages);
+    std::fputs(messages.c_str(), stderr);
+    if (!loaded)
         return 1;
+    const CServerRules& rules = folder.rules;
+    const CReplyStore& replies = folder.replies;
     if (options.record.empty())
         return Serve(options, rules, replies, stdout);
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> recordFile(std::fopen(options.record.c_str(), "a"), std::fclose);
