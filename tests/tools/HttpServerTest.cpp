@@ -116,11 +116,4 @@ TEST(HttpServer, ServesHttpsWithTheGivenCertificate)
     CRawClient plain(server.Port());
     plain.Send(RawGet(cPage));
     EXPECT_EQ(plain.ReadAll().find("HTTP/1.1 200"), std::string::npos) << "no answer in plain HTTP";
-    CServedFolder folder("", nullptr);
-    CRequestHandler handler(folder);
-    CRequestRecord record(stdout);
-    CHttpServer other(handler, record, TestLimits());
-    std::string error;
-    EXPECT_FALSE(other.UseTls("/none.pem", CRunningServer::TlsPem(), error));
-    EXPECT_EQ(error.substr(0, 35), "can't use the certificate /none.pem");
 }
