@@ -23,6 +23,7 @@ using boost::system::error_code;
 namespace {
 
 constexpr std::size_t cMaxHeader = 16 * 1024;
+constexpr std::size_t cMaxBuffer = 2 * (cMaxHeader + CRequestHandler::cMaxBody);
 // After a refusal, how long and how much of the rest of the request is read and dropped.
 constexpr std::chrono::seconds cLinger{1};
 constexpr std::size_t cMaxLinger = 64 * 1024;
@@ -340,7 +341,8 @@ private:
     bool mTimedOut = false;
     bool mKeepAlive = false;
     bool mHead = false;
-    boost::beast::flat_buffer mBuffer;
+    // A whole request at most, and what a client sent after it: the parser's limits keep it below this.
+    boost::beast::flat_buffer mBuffer{cMaxBuffer};
     std::optional<http::request_parser<http::string_body>> mParser;
     CHttpAnswer mAnswer; // a delayed answer, while it waits
     std::size_t mDrained = 0;
