@@ -100,7 +100,21 @@ public:
         mShared.live.erase(this);
     }
 
+    // The accepting thread hands the connection over to its own strand, where everything else of it runs.
     void Start() override
+    {
+        net::post(mStream.get_executor(), [self = Self()] { self->Open(); });
+    }
+
+    void Stop() override
+    {
+        net::post(mStream.get_executor(), [self = Self()] { self->OnStop(); });
+    }
+
+private:
+    enum class EState { starting, reading, delaying, writing, closing };
+
+    void Open()
     {
         if constexpr (cTls) {
             Arm(mRefuse ? cLinger : mShared.limits.requestTimeout);
@@ -112,14 +126,6 @@ public:
             Begin();
         }
     }
-
-    void Stop() override
-    {
-        net::post(mStream.get_executor(), [self = Self()] { self->OnStop(); });
-    }
-
-private:
-    enum class EState { starting, reading, delaying, writing, closing };
 
     static Stream MakeStream(tcp::socket socket, CSessionShared& shared)
     {

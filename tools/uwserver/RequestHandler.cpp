@@ -5,6 +5,7 @@
 #include <strings.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -73,10 +74,13 @@ bool ReadDelay(const Orn::CVarList& params, int& seconds)
     return true;
 }
 
-// A file of the folder's files/ is asked for by its plain name: no path, nothing hidden.
+// A file of the folder's files/ is asked for by its plain name: no path, nothing hidden, no control character
+// (a zero byte would end the name early).
 bool IsPlainFileName(const std::string& name)
 {
-    return !name.empty() && name[0] != '.' && name.find_first_of("/\\") == std::string::npos;
+    auto control = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
+    return !name.empty() && name[0] != '.' && name.find_first_of("/\\") == std::string::npos &&
+           std::none_of(name.begin(), name.end(), control);
 }
 
 // The record's line as far as the request goes; the status and the rest follow with the answer.
@@ -131,6 +135,8 @@ void CRequestHandler::AnswerPage(const CHttpRequest& req, const std::string& pat
 {
     // The set this request started with, kept to its answer whatever reloads happen meanwhile.
     std::shared_ptr<const CReplyFolder> folder = mFolder.Current();
+    if (!folder)
+        return Refuse(answer, 503, "no reply folder is loaded");
     bool formBody = req.method == "POST" && !req.body.empty();
     if (formBody && strncasecmp(req.contentType.c_str(), cFormType, sizeof cFormType - 1) != 0)
         return Refuse(answer, 400, std::string("a POST body must be ") + cFormType);
