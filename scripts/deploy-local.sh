@@ -11,7 +11,8 @@
 #   ORN_DEPLOY_HTTP_PORT, ORN_DEPLOY_HTTPS_PORT   nginx's ports for http:// and https://
 #   ORN_DEPLOY_CA                                 the test CA's certificate (DER; PEM beside it as ca.pem)
 #   ORN_REPLY_KEY                                 the ReplyKey of the instances' signing key
-#   ORN_DEPLOY_PIDS, ORN_DEPLOY_RECORDS           the instances' process ids and record files, comma-separated
+#   ORN_DEPLOY_PIDS                               the instances' process ids, comma-separated
+#   ORN_DEPLOY_DIR                                DIR, with the instances' records requests-1.jsonl and -2
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 uwserver=""
@@ -124,7 +125,7 @@ if [ ${#run[@]} -gt 0 ]; then
     status=0
     ORN_DEPLOY_HTTP_PORT="$http_port" ORN_DEPLOY_HTTPS_PORT="$https_port" ORN_DEPLOY_CA="$dir/tls/ca.der" \
         ORN_REPLY_KEY="$reply_key" ORN_DEPLOY_PIDS="${pids[0]},${pids[1]}" \
-        ORN_DEPLOY_RECORDS="$dir/requests-1.jsonl,$dir/requests-2.jsonl" "${run[@]}" || status=$?
+        ORN_DEPLOY_DIR="$dir" "${run[@]}" || status=$?
     exit "$status"
 fi
 

@@ -46,7 +46,8 @@ inline CServerLimits TestLimits(std::size_t maxConnections = 100)
 
 class CRunningServer {
 public:
-    explicit CRunningServer(const CServerLimits& limits = TestLimits(), bool tls = false) : mServer(mHandler, mRecord, limits)
+    explicit CRunningServer(const CServerLimits& limits = TestLimits(), bool tls = false)
+        : mServer(mHandler, mRecord, limits)
     {
         for (const char* name : {"de.txt", "update.txt", "current.txt"})
             mFolder.Write(name, std::string("set $reply, \"") + name + "\";");
@@ -55,9 +56,9 @@ public:
         std::string messages;
         EXPECT_TRUE(mSigner.Load(mFolder.Write("key.pem", cKeyPem), false, messages)) << messages;
         EXPECT_TRUE(mServed.Load(messages)) << messages;
-        if (tls) {
-            EXPECT_TRUE(mServer.UseTls(TlsPem(), TlsPem(), messages)) << messages;
-        }
+        // The certificate of the HTTPS tests (localhost and 127.0.0.1), its key in the same file.
+        const std::string pem = std::string(ORN_SOURCE_DIR) + "/tests/e2e/tls/good.pem";
+        EXPECT_TRUE(!tls || mServer.UseTls(pem, pem, messages)) << messages;
         EXPECT_TRUE(mServer.Bind("127.0.0.1", 0, messages)) << messages;
         mServing = std::thread([this] { mServer.Serve(); });
     }
@@ -73,10 +74,7 @@ public:
     const OrnTest::CScratchDir& Folder() const { return mFolder; }
     CServedFolder& Served() { return mServed; }
     // The page a reply gets from the set served now.
-    std::string Page(const std::string& reply, const std::string& nonce = "") const
-    {
-        return mServed.Current()->replies.Page(reply, nonce);
-    }
+    std::string Page(const std::string& reply) const { return mServed.Current()->replies.Page(reply); }
     // The record's lines from "method" on (the time differs from run to run); stops the server first.
     std::vector<std::string> RecordLines()
     {
@@ -87,8 +85,6 @@ public:
             lines.push_back(std::string(buf).substr(std::string(buf).find("\"method\"")));
         return lines;
     }
-    // The test certificate of the HTTPS tests (localhost and 127.0.0.1), its key in the same file.
-    static std::string TlsPem() { return std::string(ORN_SOURCE_DIR) + "/tests/e2e/tls/good.pem"; }
 
 private:
     OrnTest::CScratchDir mFolder{"replies"};
@@ -114,7 +110,10 @@ public:
         ::setsockopt(mFd.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         EXPECT_EQ(::connect(mFd.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
     }
-    void Send(const std::string& bytes) { EXPECT_EQ(::send(mFd.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size())); }
+    void Send(const std::string& bytes)
+    {
+        EXPECT_EQ(::send(mFd.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
+    }
     // Everything until the server closes the connection.
     std::string ReadAll()
     {
