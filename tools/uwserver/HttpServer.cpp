@@ -25,6 +25,8 @@ namespace {
 constexpr std::chrono::seconds cStopGrace{3};
 // When accepting fails (no descriptors left, say), the next try waits this long instead of spinning.
 constexpr std::chrono::milliseconds cAcceptRetry{100};
+// How many waiting connections one accept takes in at most before it lets the requests in progress go on.
+constexpr int cAcceptBurst = 64;
 
 } // namespace
 
@@ -50,15 +52,30 @@ struct CHttpServer::CImpl {
                 });
                 return;
             }
-            error_code ignored;
-            socket.set_option(tcp::no_delay(true), ignored);
-            // A connection beyond both caps is closed as `socket` goes.
-            if (shared.serving < shared.limits.maxConnections)
-                StartSession(shared, std::move(socket), false);
-            else if (shared.refusing < shared.limits.maxConnections)
-                StartSession(shared, std::move(socket), true);
+            Admit(std::move(socket));
+            // The rest of the backlog at once: one connection a turn of the event loop would leave a burst of
+            // new clients waiting behind every request in progress.
+            for (int i = 0; i < cAcceptBurst; ++i) {
+                tcp::socket next(net::make_strand(ioc));
+                error_code none;
+                acceptor.accept(next, none);
+                if (none)
+                    break;
+                Admit(std::move(next));
+            }
             Accept();
         });
+    }
+
+    // A connection beyond both caps is closed as `socket` goes.
+    void Admit(tcp::socket socket)
+    {
+        error_code ignored;
+        socket.set_option(tcp::no_delay(true), ignored);
+        if (shared.serving < shared.limits.maxConnections)
+            StartSession(shared, std::move(socket), false);
+        else if (shared.refusing < shared.limits.maxConnections)
+            StartSession(shared, std::move(socket), true);
     }
 
     std::optional<net::ssl::context> tls;
@@ -119,6 +136,8 @@ bool CHttpServer::Bind(const std::string& host, int port, std::string& error)
         s.acceptor.bind(endpoint, ec);
     if (!ec)
         s.acceptor.listen(net::socket_base::max_listen_connections, ec);
+    if (!ec)
+        s.acceptor.non_blocking(true, ec);
     if (!ec) {
         s.port = s.acceptor.local_endpoint(ec).port();
         return true;
