@@ -46,6 +46,7 @@ stop_all() {
     return 0
 }
 trap stop_all EXIT
+trap 'exit 130' INT TERM
 
 # A test CA (its key thrown away with the directory) and the version host's certificate from it.
 make_certificates() {

@@ -172,6 +172,7 @@ private:
         if (mShared.stopping)
             return Close();
         mState = EState::reading;
+        mHead = false;
         mParser.emplace();
         mParser->header_limit(cMaxHeader);
         mParser->body_limit(CRequestHandler::cMaxBody);
