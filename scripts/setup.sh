@@ -3,7 +3,10 @@
 set -euo pipefail
 
 PACKAGES=(
-    cmake ninja-build g++ clang libclang-rt-14-dev googletest libcpp-httplib-dev
+    cmake ninja-build g++ clang libclang-rt-14-dev googletest
+    # uwserver's HTTP layer (Boost.Beast, header-only); cpp-httplib's client in its tests; nginx in front of it
+    # in the end-to-end test through the production shape, and wrk for its benchmarks.
+    libboost-dev libcpp-httplib-dev nginx-light wrk
     # Signed replies: OpenSSL's libcrypto for uwserver and the native twin of the check, and the openssl
     # command that makes the vendor's key.
     libssl-dev openssl

@@ -4,10 +4,13 @@
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/ecdsa.h>
+#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "SignedReply.h"
 
@@ -24,6 +27,39 @@ struct CMdCtxFree {
 struct CSigFree {
     void operator()(ECDSA_SIG* sig) const { ECDSA_SIG_free(sig); }
 };
+
+// The password callback: a key that asks for one is refused at once, never prompted for on the terminal.
+int RefusePassword(char*, int, int, void* asked)
+{
+    *static_cast<bool*>(asked) = true;
+    return -1;
+}
+
+// OpenSSL's most recent error, as its library says it: "OpenSSL: DECODER routines: unsupported".
+std::string OpenSslReason()
+{
+    unsigned long code = ERR_peek_last_error();
+    const char* library = code ? ERR_lib_error_string(code) : nullptr;
+    const char* reason = code ? ERR_reason_error_string(code) : nullptr;
+    return std::string("OpenSSL: ") + (library ? library : "no library") + ": " + (reason ? reason : "no reason");
+}
+
+// An ECDSA key on P-256; false with what the key is instead in `error`.
+bool IsP256(EVP_PKEY* key, std::string& error)
+{
+    char group[64] = "";
+    if (!EVP_PKEY_is_a(key, "EC")) {
+        error = std::string("holds a key of type ") + EVP_PKEY_get0_type_name(key) + ", not a P-256 (prime256v1) key";
+        return false;
+    }
+    if (!EVP_PKEY_get_utf8_string_param(key, OSSL_PKEY_PARAM_GROUP_NAME, group, sizeof group, nullptr) ||
+        std::string(group) != "prime256v1") {
+        error = std::string("holds a key on the curve ") + (*group ? group : "(unnamed)") +
+                ", not on P-256 (prime256v1)";
+        return false;
+    }
+    return true;
+}
 
 std::string Hex(const unsigned char* bytes, int count)
 {
@@ -52,23 +88,34 @@ void CReplySigner::CKeyFree::operator()(evp_pkey_st* key) const { EVP_PKEY_free(
 CReplySigner::CReplySigner() = default;
 CReplySigner::~CReplySigner() = default;
 
-bool CReplySigner::Load(const std::string& pemPath, std::string& error)
+bool CReplySigner::Load(const std::string& pemPath, bool publicIsEnough, std::string& error)
 {
+    mKey.reset();
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(pemPath.c_str(), "r"), std::fclose);
     if (!file) {
-        error = "can't open " + pemPath;
+        error = "can't open " + pemPath + ": " + std::strerror(errno);
         return false;
     }
-    mKey.reset(PEM_read_PrivateKey(file.get(), nullptr, nullptr, nullptr));
-    char group[64] = "";
-    if (!mKey || !EVP_PKEY_is_a(mKey.get(), "EC") ||
-        !EVP_PKEY_get_utf8_string_param(mKey.get(), OSSL_PKEY_PARAM_GROUP_NAME, group, sizeof group, nullptr) ||
-        std::string(group) != "prime256v1") {
-        mKey.reset();
-        error = pemPath + " holds no P-256 (prime256v1) private key in PEM";
-        return false;
+    ERR_clear_error();
+    bool askedForPassword = false;
+    mKey.reset(PEM_read_PrivateKey(file.get(), nullptr, RefusePassword, &askedForPassword));
+    if (!mKey && publicIsEnough && !askedForPassword) {
+        std::rewind(file.get());
+        ERR_clear_error();
+        mKey.reset(PEM_read_PUBKEY(file.get(), nullptr, RefusePassword, &askedForPassword));
     }
-    return true;
+    if (askedForPassword)
+        error = pemPath + " holds an encrypted key: give uwserver the key without a password (openssl ec -in " +
+                pemPath + " -out PLAIN.pem)";
+    else if (!mKey)
+        error = pemPath + " holds no " + (publicIsEnough ? "P-256 key" : "P-256 private key") + " in PEM (" +
+                OpenSslReason() + ")";
+    else if (!IsP256(mKey.get(), error))
+        error = pemPath + " " + error;
+    else
+        return true;
+    mKey.reset();
+    return false;
 }
 
 std::string CReplySigner::PublicKeyText() const

@@ -15,9 +15,10 @@ public:
     CReplySigner(const CReplySigner&) = delete;
     CReplySigner& operator=(const CReplySigner&) = delete;
 
-    // Reads a P-256 private key in PEM ("openssl ecparam -name prime256v1 -genkey -noout" writes one); false
-    // with the reason in `error`.
-    bool Load(const std::string& pemPath, std::string& error);
+    // Reads a P-256 private key in PEM ("openssl ecparam -name prime256v1 -genkey -noout" writes one), or with
+    // `publicIsEnough` a public key too (for PublicKeyText only). An encrypted key is refused without asking for
+    // its password. False with the reason in `error`.
+    bool Load(const std::string& pemPath, bool publicIsEnough, std::string& error);
     // The public key as the program's ReplyKey: X then Y, 128 upper-case hexadecimal digits.
     std::string PublicKeyText() const;
     // "[SIG]", the signature of the script (the page's bytes between "[START]" and "[END]") for the request as

@@ -1,7 +1,12 @@
 // The request record as JSON lines.
 #include "RequestRecord.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <ctime>
 
 #include "JsonWriter.h"
@@ -24,7 +29,8 @@ void CRequestRecord::Write(const CRequestEntry& entry)
 {
     CJsonWriter json;
     json.BeginObject().Key("time").String(UtcTimeStamp()).Key("method").String(entry.method);
-    json.Key("host").String(entry.host).Key("path").String(entry.path).Key("params").BeginObject();
+    json.Key("host").String(entry.host).Key("path").String(entry.path).Key("target").String(entry.target);
+    json.Key("params").BeginObject();
     for (const auto& p : entry.params)
         json.Key(p.first).String(p.second);
     json.EndObject().Key("status").Number(entry.status).Key("reply");
@@ -38,4 +44,49 @@ void CRequestRecord::Write(const CRequestEntry& entry)
     std::lock_guard<std::mutex> hold(mLock);
     std::fprintf(mOut, "%s\n", json.Text().c_str());
     std::fflush(mOut);
+}
+
+namespace {
+
+std::FILE* OpenForAppend(const std::string& path, std::string& error)
+{
+    int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    std::FILE* file = fd < 0 ? nullptr : ::fdopen(fd, "a");
+    if (!file) {
+        error = "can't open " + path + ": " + std::strerror(errno);
+        if (fd >= 0)
+            ::close(fd);
+    }
+    return file;
+}
+
+} // namespace
+
+CRequestRecord::~CRequestRecord()
+{
+    if (mOwned)
+        std::fclose(mOwned);
+}
+
+bool CRequestRecord::Open(const std::string& path, std::string& error)
+{
+    std::FILE* file = OpenForAppend(path, error);
+    if (!file)
+        return false;
+    std::lock_guard<std::mutex> hold(mLock);
+    if (mOwned)
+        std::fclose(mOwned);
+    mOut = mOwned = file;
+    mPath = path;
+    return true;
+}
+
+bool CRequestRecord::Reopen(std::string& error)
+{
+    std::string path;
+    {
+        std::lock_guard<std::mutex> hold(mLock);
+        path = mPath;
+    }
+    return path.empty() || Open(path, error);
 }

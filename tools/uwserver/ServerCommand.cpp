@@ -27,7 +27,7 @@ int Check(const std::vector<std::string>& args, std::string& out, std::string& e
         return Usage(err);
     CReplySigner signer;
     std::string error;
-    if (keyed && !signer.Load(args[2], error)) {
+    if (keyed && !signer.Load(args[2], false, error)) {
         err += "uwserver: " + error + "\n";
         return 1;
     }
