@@ -104,7 +104,7 @@ bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* ov
         LogURLInfo(url);
         if (ok) {
             CLogSection section(Log(), "Script");
-            LogText(replyPage, "\n");
+            LogText(replyPage);
         }
     }
     return ok;
@@ -113,6 +113,7 @@ bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* ov
 bool CUpdateWatchApp::StoreReply(const CVarList& replyVars)
 {
     CRegKey productKey, resultKey;
+    // Created, not only opened, so that a machine without the installed product's key keeps its reply too.
     if (!productKey.OpenRooted(cProductKey, CRegKey::regCreate))
         return false;
     (void)productKey.DeleteKey("UWResult"); // absent the first time

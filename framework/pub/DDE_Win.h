@@ -45,11 +45,10 @@ struct DDEDataTraits {
 // A string handle in the Windows ANSI code page.
 class CDDEString {
 public:
-    // The text may hold at most cMaxLength characters.
+    // A text the system cannot take (more than 255 characters) is an assertion and leaves the string invalid.
     explicit CDDEString(const char* str);
+    bool IsValid() const { return mHandle.IsValid(); }
     HSZ Get() const { return mHandle.Get(); }
-
-    static constexpr Int cMaxLength = 255;
 
 private:
     CHandle<DDEStringTraits> mHandle;

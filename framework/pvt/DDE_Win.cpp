@@ -55,10 +55,11 @@ bool CDDEConversation::Request(const char* item, DWord timeoutMs, DWord& result)
     result = 0;
     ORN_ASSERT(item);
     ORN_ASSERT(IsValid());
-    // A longer item cannot become a string handle.
-    if (!item || !IsValid() || Str::Length(item) > CDDEString::cMaxLength)
+    if (!item || !IsValid())
         return false;
     CDDEString itemName(item);
+    if (!itemName.IsValid())
+        return false;
     DWORD transactionResult = 0;
     CHandle<DDEDataTraits> data(::DdeClientTransaction(nullptr, 0, mConversation.Get(), itemName.Get(), CF_TEXT,
                                                        XTYP_REQUEST, timeoutMs, &transactionResult));
@@ -75,8 +76,9 @@ void CDDEConversation::Disconnect()
 bool DDEOpenURL(const char* url, Int windowId)
 {
     ORN_ASSERT(url);
-    // A quote would end the URL's quoted argument early; a longer URL cannot fit the item.
-    if (!url || Str::Find(url, '"') >= 0 || Str::Length(url) > CDDEString::cMaxLength)
+    // Refused for safety, though the browser would take it: a quote would end the URL's quoted argument, and
+    // the rest would reach the browser as arguments of its own.
+    if (!url || Str::Find(url, '"') >= 0)
         return false;
     CString item;
     item.Format("\"%s\",,%d,0,,,,", url, windowId);

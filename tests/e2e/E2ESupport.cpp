@@ -131,6 +131,7 @@ RunResult RunProgram(const std::string& program, const std::string& args, Watche
         ADD_FAILURE() << "CreateProcess failed: " << ::GetLastError() << " for " << cmd;
         return result;
     }
+    result.mainThreadId = pi.dwThreadId;
     std::vector<HWND> answered;
     DWORD waited = 0;
     while (::WaitForSingleObject(pi.hProcess, 50) == WAIT_TIMEOUT) {

@@ -33,6 +33,7 @@ using Watcher = std::function<Answer(const Window&)>;
 
 struct RunResult {
     DWORD exitCode = 0;
+    DWORD mainThreadId = 0;
     std::vector<Window> windows; // every distinct window seen, in order
 };
 

@@ -28,7 +28,7 @@ TEST_F(HostileInputE2E, LongReplyIsLoggedWhole)
     EXPECT_EQ(r.exitCode, 0u);
     EXPECT_EQ(ReadFile(out.Path()), script);
     std::string log = Log();
-    EXPECT_TRUE(HasText(log, "Start: Script {\r\n\t" + script + "\r\n} End: Script")) << log;
+    EXPECT_TRUE(HasText(log, "Start: Script {\r\n\t" + script + "} End: Script")) << log;
     EXPECT_TRUE(HasText(log, "\r\nNimbra log ends (error count = ")) << log;
 }
 

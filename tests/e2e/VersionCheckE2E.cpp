@@ -140,6 +140,17 @@ TEST_F(VersionCheckE2E, ReplyThatCannotBeStoredStillEndsTheCheckWell)
     EXPECT_TRUE(HasText(log, "Success: Version check\r\n")) << log;
 }
 
+// A machine without the product's key keeps the reply all the same.
+TEST_F(VersionCheckE2E, ReplyIsStoredWithoutTheProductKey)
+{
+    DeleteRegTree(HKEY_CURRENT_USER, ProductKey);
+    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, CompanyKey, "VersionDomain", ServerHost()));
+    mServer.Enqueue(HttpAnswer::Page("[START]set $greeting, \"hello\";[END]"));
+    EXPECT_EQ(Run(cCheckArgs).exitCode, 0u);
+    std::string value;
+    EXPECT_TRUE(ReadRegString(HKEY_CURRENT_USER, ReplyKey, "$greeting", value) && value == "hello") << value;
+}
+
 // The user's time is fixed by the first check and repeated; the machine's identity is read but never written.
 // That stored machine values are sent again is UpdateWatcherIdentity's table, through the same key reader.
 TEST_F(VersionCheckE2E, IdentityIsKeptInTheRegistry)
