@@ -90,20 +90,23 @@ void CanonicalParameters(const char* query, const char* body, CString& canonical
 // parameters, each followed by a line feed, then the script's bytes.
 void BuildSignedMessage(const CSignedRequest& request, const CString& script, CString& message);
 
+// Platform: Ok when signature is key's ECDSA signature over the SHA-256 of message, E_InternetBadSignature
+// when it is not, E_InternetBadReplyKey when the key is not a point of the curve, Failure when the system's
+// cryptography cannot be reached.
+RStatus VerifyReplySignature(const CReplyKey& key, const CString& message, const CReplySignature& signature);
+
+// How a signature is checked: VerifyReplySignature, or a test's stand-in for the system's cryptography.
+using ReplyVerifier = RStatus (*)(const CReplyKey& key, const CString& message, const CReplySignature& signature);
+
 // The whole check of a page for request: Ok with the script to run (read as text, CR LF as LF, as an unsigned
 // reply is) when one of keys made the signature (keyIndex: which, from 0), or E_InternetBadSignature,
 // E_InternetBadReplyKey (a key is not a point of the curve) or Failure (no verifier), with the reason in
 // check. Every key is tried, so a key the system refuses is found even when another one fits.
 RStatus CheckSignedReply(const char* page, const CSignedRequest& request, const CReplyKeys& keys, CString& script,
-                         EReplyCheck& check, Int& keyIndex);
+                         EReplyCheck& check, Int& keyIndex, ReplyVerifier verify = VerifyReplySignature);
 
 // Platform: a fresh nonce of ReplyNonceBytes from the system's random generator, as upper-case hexadecimal
 // digits; false when the generator gives none.
 bool MakeReplyNonce(CString& nonce);
-
-// Platform: Ok when signature is key's ECDSA signature over the SHA-256 of message, E_InternetBadSignature
-// when it is not, E_InternetBadReplyKey when the key is not a point of the curve, Failure when the system's
-// cryptography cannot be reached.
-RStatus VerifyReplySignature(const CReplyKey& key, const CString& message, const CReplySignature& signature);
 
 } // namespace Orn

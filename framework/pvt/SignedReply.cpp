@@ -268,11 +268,11 @@ namespace {
 // Tries every key: a key the system refuses, or a verifier that cannot be used, refuses the page even when
 // another key fits, so a mistyped key is found at once and never switches the check off.
 RStatus VerifyWithAnyKey(const CReplyKeys& keys, const CString& message, const CReplySignature& signature,
-                         Int& keyIndex)
+                         Int& keyIndex, ReplyVerifier verify)
 {
     Int signer = -1;
     for (Int i = 0; i < keys.count; ++i) {
-        RStatus verdict = VerifyReplySignature(keys.keys[i], message, signature);
+        RStatus verdict = verify(keys.keys[i], message, signature);
         if (verdict == Ok && signer < 0)
             signer = i;
         else if (verdict != Ok && verdict != E_InternetBadSignature)
@@ -287,7 +287,7 @@ RStatus VerifyWithAnyKey(const CReplyKeys& keys, const CString& message, const C
 } // namespace
 
 RStatus CheckSignedReply(const char* page, const CSignedRequest& request, const CReplyKeys& keys, CString& script,
-                         EReplyCheck& check, Int& keyIndex)
+                         EReplyCheck& check, Int& keyIndex, ReplyVerifier verify)
 {
     CString signedScript;
     CReplySignature signature;
@@ -296,7 +296,7 @@ RStatus CheckSignedReply(const char* page, const CSignedRequest& request, const 
         return E_InternetBadSignature;
     CString message;
     BuildSignedMessage(request, signedScript, message);
-    RStatus verdict = VerifyWithAnyKey(keys, message, signature, keyIndex);
+    RStatus verdict = VerifyWithAnyKey(keys, message, signature, keyIndex, verify);
     if (verdict != Ok) {
         check = verdict == E_InternetBadSignature ? rcWrongSignature
                 : verdict == E_InternetBadReplyKey ? rcKeyRefused

@@ -1,6 +1,7 @@
 // The open_new policy: what "web" refuses and accepts, the "hosts:" list, the policy names and the cap.
 #include "OpenURLPolicy.h"
 
+#include <cstdio>
 #include <string>
 
 #include "TestSupport.h"
@@ -29,11 +30,8 @@ TEST(OpenURLPolicy, WebRefusesEverythingButPlainWebPages)
         "javascript:alert(1)",
         "search-ms:query=x&crumb=location:\\\\evil\\share",
         "http:/evil.example/x",
-        "http://example.com /x",
-        "http://example.com/\"--flag",
         "http://ex\xC3\xA4mple.com/",
         "http://example.com/%0d%0aSet-Cookie:%20x",
-        "http://example.com/%7F",
         "http://example.com/%zz",
         "http://example.com/%4",
         "http://user@evil.example/",
@@ -49,9 +47,6 @@ TEST(OpenURLPolicy, WebRefusesEverythingButPlainWebPages)
         "http://example..com/",
         "http://example.com./",
         "http://[::1]/",
-        "http://example.com/%22--flag",
-        "http://example.com/%5c..%5Cx.exe",
-        "http://exa%2Fmple.com/",
         "http://example.com%2F/",
     };
     for (const char* url : hostile) {
@@ -59,6 +54,25 @@ TEST(OpenURLPolicy, WebRefusesEverythingButPlainWebPages)
         EXPECT_EQ(FirstVerdict("web", url), COpenURLPolicy::urlRefused) << url;
     }
     EXPECT_FALSE(IsPlainWebURL(nullptr));
+}
+
+// Fails closed, one byte or escape at a time: each character a shell or a browser's command line could read
+// is refused wherever it stands, and each other one passes, so the refusal set can lose no member unseen.
+TEST(OpenURLPolicy, EachCharacterAndEscapeOnItsOwn)
+{
+    const std::string shellChars = "\\\"<>^`{|}";
+    for (int c = 1; c < 256; ++c) {
+        bool plain = c > 0x20 && c < 0x7F && shellChars.find(static_cast<char>(c)) == std::string::npos;
+        if (c == '%')
+            continue;
+        EXPECT_EQ(IsPlainWebURL(("http://example.com/a" + std::string(1, static_cast<char>(c)) + "b").c_str()), plain)
+            << "character " << c;
+        char escape[4];
+        std::snprintf(escape, sizeof escape, c % 2 ? "%%%02X" : "%%%02x", c);
+        bool safe = c >= 0x20 && c != 0x7F && c != '"' && c != '\\';
+        EXPECT_EQ(IsPlainWebURL((std::string("http://example.com/a") + escape + "b").c_str()), safe) << escape;
+        EXPECT_FALSE(IsPlainWebURL((std::string("http://exa") + escape + "mple.com/").c_str())) << escape << " in the host";
+    }
 }
 
 // The longest URL, host name and label that DNS and browsers take pass; one character more does not.

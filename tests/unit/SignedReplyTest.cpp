@@ -232,22 +232,49 @@ TEST(SignedReply, CheckAgainstAnOpenSSLSignature)
     }
 }
 
-#ifndef _WIN32
-// A key the system refuses refuses the page even when another key made its signature. (OpenSSL refuses a
-// key that is no point; Wine's CNG takes one, which the engine's own check of the keys makes up for.)
-TEST(SignedReply, AKeyTheSystemRefusesRefusesThePage)
+namespace {
+
+// What the system's cryptography says of each key, by the key's first byte, for the stand-in verifier.
+RStatus gVerdicts[2];
+
+RStatus StandInVerifier(const CReplyKey& key, const CString&, const CReplySignature&) { return gVerdicts[key.bytes[0]]; }
+
+} // namespace
+
+// Fails closed: a key the system refuses, or cryptography it cannot use, refuses the page even when another key
+// made its signature; only a verdict of Ok from a key lets the script out.
+TEST(SignedReply, EveryRefusalOfTheSystemRefusesThePage)
 {
-    std::string notAPoint = cSigningKey;
-    notAPoint[127] = notAPoint[127] == '0' ? '1' : '0';
+    const struct {
+        RStatus first, second;
+        RStatus status;
+        EReplyCheck check;
+        Int keyIndex;
+    } rows[] = {
+        {Ok, E_InternetBadSignature, Ok, rcSigned, 0},
+        {E_InternetBadSignature, Ok, Ok, rcSigned, 1},
+        {E_InternetBadSignature, E_InternetBadSignature, E_InternetBadSignature, rcWrongSignature, -1},
+        {Ok, E_InternetBadReplyKey, E_InternetBadReplyKey, rcKeyRefused, -1},
+        {E_InternetBadReplyKey, Ok, E_InternetBadReplyKey, rcKeyRefused, -1},
+        {Ok, Failure, Failure, rcNoVerifier, -1},
+        {Failure, Ok, Failure, rcNoVerifier, -1},
+        {E_NotFound, Ok, Failure, rcNoVerifier, -1},
+    };
     CReplyKeys keys;
-    ASSERT_TRUE(ParseReplyKeys((std::string(cSigningKey) + "," + notAPoint).c_str(), keys));
-    CString script;
-    EReplyCheck check = rcSigned;
-    Int keyIndex = -1;
-    EXPECT_EQ(CheckSignedReply(Page(cScript, Block(cSignature)).c_str(), Request("GET", cPath, cQuery), keys,
-                               script, check, keyIndex),
-              E_InternetBadReplyKey);
-    EXPECT_EQ(check, rcKeyRefused);
-    EXPECT_EQ(keyIndex, -1);
+    keys.count = 2;
+    keys.keys[1].bytes[0] = 1;
+    for (const auto& row : rows) {
+        gVerdicts[0] = row.first;
+        gVerdicts[1] = row.second;
+        CString script;
+        EReplyCheck check = rcSigned;
+        Int keyIndex = -1;
+        EXPECT_EQ(CheckSignedReply(Page(cScript, Block(cSignature)).c_str(), Request("GET", cPath, cQuery), keys,
+                                   script, check, keyIndex, StandInVerifier),
+                  row.status)
+            << row.first.Word() << " " << row.second.Word();
+        EXPECT_EQ(check, row.check) << row.first.Word() << " " << row.second.Word();
+        EXPECT_EQ(keyIndex, row.keyIndex) << row.first.Word() << " " << row.second.Word();
+        EXPECT_STREQ(script, row.status == Ok ? "\nset $reply, \"genuine\";\n" : "");
+    }
 }
-#endif
