@@ -84,6 +84,8 @@ TEST(UwScript, CheckReportsEveryCommandsErrorsAndCertainFailures)
          "s.txt:3:32: a button must not jump to 'next': pressing it ends the program\n"
          "s.txt:4:1: can't find label () for jump (closing a dialog without buttons jumps there)\n",
          1},
+        {"a page the shipped policy refuses", "open_new \"https://www.vantrel.com/%22\";",
+         "s.txt:1:39: illegal URL (https://www.vantrel.com/%22) for 'open_new' command\n", 1},
         {"a checkbox sets what if reads",
          "dialog \"T\", \"m\", checkbox, \"c\", $on, button, \"OK\", x;\n"
          ":x if $on, 1, exit, exit, exit;",

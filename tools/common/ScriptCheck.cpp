@@ -211,6 +211,9 @@ void CScriptCheck::CheckVariables()
 std::vector<CScriptFinding> CScriptCheck::Run()
 {
     CGlobalVarsSnapshot globals;
+    // The shipped configuration's open_new policy: a URL it refuses fails on every user's machine.
+    if (!GlobalVars.Find("OpenURLPolicy"))
+        GlobalVars.Set("OpenURLPolicy", "web");
     std::size_t nul = mScript.find('\0');
     if (nul != std::string::npos)
         Add(nul, "NUL character: the program takes a page that holds one for no text at all");
