@@ -11,7 +11,7 @@ build="${FUZZ_BUILD_DIR:-$root/build/fuzz}"
 seconds="${FUZZ_SECONDS:-15}"
 jobs="${ORN_JOBS:-2}"
 
-all=(version_script vrc vrc_text query registry_file format unescape version_time json signed_reply)
+all=(version_script vrc vrc_text query registry_file format unescape version_time json signed_reply redirect)
 names=("${@:-${all[@]}}")
 
 # ASan's quarantine of freed memory would otherwise count against the fuzzer's memory limit.

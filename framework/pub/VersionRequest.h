@@ -116,6 +116,8 @@ public:
     bool IsStandardCheck() const { return mStandard; }
     // Why a signed check failed; rcSigned otherwise.
     EReplyCheck ReplyCheck() const { return mReplyCheck; }
+    // Whether the reply had to be signed: after a check that succeeded, its signature was verified.
+    bool ReplySigned() const { return mSigned; }
 
 protected:
     // Shows the non-standard box; the default is a plain message box. The application routes it through its

@@ -1,72 +1,22 @@
 // The version check over HTTPS, against the loopback TLS servers that https_servers.py runs around this
 // program: a good certificate gives the reply, a refused one ends the check before anything is sent.
-#include <windows.h>
-
-#include <wincrypt.h>
-
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 
 #include "E2ESupport.h"
+#include "HttpsServers.h"
 
 using namespace E2E;
 
 namespace {
-
-struct StoreCloser {
-    void operator()(void* store) const { ::CertCloseStore(store, 0); }
-};
-
-// The test CA (resource TESTCA) in the local-machine "Root" store of this test's Wine prefix while the tests
-// run, so that WinINet trusts the servers' certificates that it issued.
-class TrustedTestCA : public ::testing::Environment {
-public:
-    void SetUp() override
-    {
-        mStore.reset(::CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, "Root"));
-        ASSERT_TRUE(mStore) << "CertOpenStore: " << ::GetLastError();
-        HRSRC res = ::FindResourceA(nullptr, "TESTCA", MAKEINTRESOURCEA(10)); // RT_RCDATA
-        HGLOBAL data = res ? ::LoadResource(nullptr, res) : nullptr;
-        ASSERT_TRUE(data) << "no TESTCA resource";
-        ASSERT_TRUE(::CertAddEncodedCertificateToStore(
-            mStore.get(), X509_ASN_ENCODING, static_cast<const BYTE*>(::LockResource(data)),
-            ::SizeofResource(nullptr, res), CERT_STORE_ADD_REPLACE_EXISTING, &mCert))
-            << "CertAddEncodedCertificateToStore: " << ::GetLastError();
-        // Written to the registry now, where UpdateWatch.exe's own store will find it; not when the store closes.
-        EXPECT_TRUE(::CertControlStore(mStore.get(), 0, CERT_STORE_CTRL_COMMIT, nullptr)) << ::GetLastError();
-    }
-    void TearDown() override
-    {
-        if (mCert)
-            ::CertDeleteCertificateFromStore(mCert); // frees the context too
-        mCert = nullptr;
-        if (mStore)
-            ::CertControlStore(mStore.get(), 0, CERT_STORE_CTRL_COMMIT, nullptr);
-        mStore.reset();
-    }
-
-private:
-    std::unique_ptr<void, StoreCloser> mStore;
-    PCCERT_CONTEXT mCert = nullptr;
-};
-
-::testing::Environment* const cTestCA = ::testing::AddGlobalTestEnvironment(new TrustedTestCA);
-
-// "localhost:PORT" of the named server from ORN_HTTPS_PORTS ("good=PORT,..."), or "" when it is not there.
-std::string ServerHost(const std::string& name)
-{
-    std::string port = PortFromEnvironment("ORN_HTTPS_PORTS", name);
-    return port.empty() ? "" : "localhost:" + port;
-}
 
 class HttpsE2E : public CleanRunTest {
 protected:
     // One version check over the scheme against the named server.
     RunResult Check(const std::string& scheme, const std::string& server)
     {
-        std::string host = ServerHost(server);
+        std::string host = HttpsServerHost(server);
         EXPECT_FALSE(host.empty()) << "no port for '" << server << "': run through ctest, which starts the servers";
         EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "VersionScheme", scheme));
         EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "VersionDomain", host));
@@ -83,7 +33,7 @@ TEST_F(HttpsE2E, GoodCertificateGivesTheReply)
     std::string log = ReadFile(LogPath());
     EXPECT_TRUE(HasText(log, "Success: Version check\r\n")) << log;
 
-    const std::string prefix = "https://" + ServerHost("good");
+    const std::string prefix = "https://" + HttpsServerHost("good");
     std::string url = LoggedURL(log);
     ASSERT_EQ(url.substr(0, prefix.size()), prefix) << log;
     std::string target;

@@ -1,6 +1,7 @@
 // A reply script run with answers from the command line, written as text or JSON.
 #include "ScriptRun.h"
 
+#include "InstallReport.h"
 #include "JsonWriter.h"
 #include "ScriptCheck.h"
 #include "ToolInterpreter.h"
@@ -39,6 +40,8 @@ struct CRunEvent {
     bool isDialog = false;
     CShownDialog dialog;
     std::string url;
+    bool isInstall = false;
+    CShownInstall install{};
 };
 
 // Ends a run when the answers do not fit the dialogs.
@@ -105,11 +108,20 @@ protected:
     }
     void ShowDialog(CToolDialog& dlg) override;
     void OpenURL(const std::string& url) override { events.push_back({false, {}, url}); }
+    EInstallResult Install(const CInstallRequest& request) override
+    {
+        EInstallResult result = irStarted;
+        if (mInstalls < mOptions.installs.size())
+            InstallResultFromName(mOptions.installs[mInstalls++].c_str(), result);
+        events.push_back({false, {}, "", true, DescribeInstall(request, result)});
+        return result;
+    }
 
 private:
     const CRunOptions& mOptions;
     int mDialogs = 0;
     int mSteps = 0;
+    std::size_t mInstalls = 0;
 };
 
 void CAnsweringInterpreter::ShowDialog(CToolDialog& dlg)
@@ -189,6 +201,7 @@ CRunReport RunWithAnswers(const std::string& script, const CRunOptions& options)
     for (const auto& g : options.globals)
         GlobalVars.Set(g.first.c_str(), g.second.c_str());
     CAnsweringInterpreter interp(options);
+    interp.SetReplyTrustFromGlobals();
     CRunReport report;
     report.end = RunToTheEnd(interp, script, options, report);
     // The program ends on the first assertion: what the interpreter did after it is not shown.
@@ -245,6 +258,8 @@ std::string ReportText(const CScriptText& text, const CRunReport& report)
     for (const CRunEvent& e : report.events) {
         if (e.isDialog)
             WriteDialogText(e.dialog, ++dialogs, out);
+        else if (e.isInstall)
+            WriteInstallText(e.install, out);
         else
             out += "open_new " + JsonQuoted(e.url) + "\n";
     }
@@ -289,9 +304,11 @@ std::string ReportJson(const CScriptText& text, const CRunReport& report)
     CJsonWriter json(true);
     json.BeginObject().Key("file").String(text.Name()).Key("events").BeginArray();
     for (const CRunEvent& e : report.events) {
-        json.BeginObject().Key(e.isDialog ? "dialog" : "open_new");
+        json.BeginObject().Key(e.isDialog ? "dialog" : e.isInstall ? "install" : "open_new");
         if (e.isDialog)
             WriteDialogJson(e.dialog, json);
+        else if (e.isInstall)
+            WriteInstallJson(e.install, json);
         else
             json.String(e.url);
         json.EndObject();
