@@ -114,11 +114,9 @@ void CInstallingInterpreter::CheckRequest(CInstallRequest& request)
         ScriptError("'install' refused: the reply was neither signed nor fetched over https");
     if (mStarted)
         ScriptError("'install' after an installer was started (one per run)");
-    if (mInstalls >= MaxInstallsPerRun) {
-        CString message;
-        message.Format("too many downloads for 'install' (at most %d per run)", MaxInstallsPerRun);
-        ScriptError(message);
-    }
+    static_assert(MaxInstallsPerRun == 3, "the message names the cap");
+    if (mInstalls >= MaxInstallsPerRun)
+        ScriptError("too many downloads for 'install' (at most 3 per run)");
     request.fileName = FileNameOf(request.url);
 }
 

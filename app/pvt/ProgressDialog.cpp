@@ -80,11 +80,4 @@ void CProgressDialog::Update()
     ::SendDlgItemMessageA(mDlg, cBarId, PBM_SETPOS, static_cast<WPARAM>(mProgress.Percent(done)), 0);
 }
 
-// Only a changed text is set, so that the window does not flicker.
-void CProgressDialog::SetText(Int id, const char* text)
-{
-    char old[512] = {0};
-    ::GetDlgItemTextA(mDlg, id, old, sizeof old);
-    if (!Str::Equal(old, text))
-        ::SetDlgItemTextA(mDlg, id, text);
-}
+void CProgressDialog::SetText(Int id, const char* text) { ::SetDlgItemTextA(mDlg, id, text); }

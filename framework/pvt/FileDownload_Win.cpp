@@ -212,7 +212,8 @@ EDownloadEnd CDownloadJob::Store(const char* bytes, DWORD count)
 }
 
 // The writer's handle goes, and one that shuts out writers takes its place before anything is read: what is
-// checked is what will run. A writer that came in between makes the new handle fail.
+// checked is what will run. Someone who opened the file for writing in between makes the new handle fail;
+// bytes written in between and closed again fail the digest.
 EDownloadEnd CDownloadJob::Verify()
 {
     verifying = true;

@@ -47,7 +47,7 @@ TEST(InstallCommand, CheckKnowsItsArguments)
         {Install(cURL, sha, "\"52428800\""), "looking for number, but got string"},
         {Install(cURL, sha, "100", ""), "looking for comma, but got semicolon"},
         {Install(cURL, "\"abc\""), "illegal hash (abc) for 'install' command: 64 hexadecimal digits expected"},
-        {Install(cURL, sha, "-5"), "illegal size (-5) for 'install' command: a positive number of bytes expected"},
+        {Install(cURL, sha, "0"), "illegal size (0) for 'install' command: a positive number of bytes expected"},
         {Install("http://dl.example.com/x.exe"), "illegal URL (http://dl.example.com/x.exe) for 'install' command: "
                                                  "https only"},
         {Install("https://dl.example.com/" + std::string(1980, 'x')), "illegal URL (https://"},
