@@ -2,10 +2,6 @@
 // store while the tests run, so that WinINet trusts the servers' certificates that it issued.
 #include "HttpsServers.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
-
 #include "E2ESupport.h"
 #include "TrustedCA.h"
 
@@ -13,21 +9,8 @@ namespace E2E {
 
 namespace {
 
-// Trusted from before the first test to after the last.
-class TrustedTestCA : public ::testing::Environment {
-public:
-    void SetUp() override
-    {
-        mCA = std::make_unique<OrnTest::TrustedCA>("TESTCA");
-        ASSERT_EQ(mCA->Error(), "");
-    }
-    void TearDown() override { mCA.reset(); }
-
-private:
-    std::unique_ptr<OrnTest::TrustedCA> mCA;
-};
-
-::testing::Environment* const cTestCA = ::testing::AddGlobalTestEnvironment(new TrustedTestCA);
+// From before the first test to after the last; a CA that cannot be trusted fails every good-certificate test.
+const OrnTest::TrustedCA cTestCA("TESTCA");
 
 } // namespace
 

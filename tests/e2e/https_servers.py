@@ -10,11 +10,13 @@ expired=PORT,untrusted=PORT"). The servers are threads of this process, so none 
 status is the command's.
 
 With --files, "GET /files/MODE/NAME" serves the file NAME of DIR in the way MODE says (see FILE_MODES): as it
-is, or as each kind of bad download server would; and a file "progress-window.request" that the command puts
-into DIR is answered with a screenshot of the display, DIR/progress-window.png, and removed. With
+is, or as each kind of bad download server would; the command finds the size and SHA-256 of each file of DIR
+below 1 MB in ORN_FILE_DIGESTS ("NAME=SIZE:SHA256,..."); and a file "progress-window.request" that the command
+puts into DIR is answered with a screenshot of the display, DIR/progress-window.png, and removed. With
 --file-size-limit, no file the command or its children write may grow past BYTES: a write beyond it fails as on
 a full disk.
 """
+import hashlib
 import http.server
 import os
 import resource
@@ -57,7 +59,6 @@ FILE_MODES = {
     "redirect-http": redirect(lambda h, name: "http://localhost:%d/files/ok/%s" % (h.server.server_port, name)),
     "redirect-host": redirect(lambda h, name: "https://127.0.0.1:%d/files/ok/%s" % (h.server.server_port, name)),
     "redirect-loop": redirect(lambda h, name: "/files/redirect-loop/" + name),
-    "404": lambda h, data, name: h.answer(404, b"not found", {}),
     "500": lambda h, data, name: h.answer(500, b"server error", {}),
     "longer": send(lambda n: n + 1000, extra=bytes(1000)),
     "more": send(None, extra=bytes(64 << 10)),
@@ -138,6 +139,16 @@ def serve(cert_file):
     return server.server_address[1]
 
 
+def small_file_digests():
+    digests = []
+    for name in sorted(os.listdir(FILES_DIR)):
+        path = os.path.join(FILES_DIR, name)
+        if os.path.isfile(path) and os.path.getsize(path) < (1 << 20):
+            with open(path, "rb") as f:
+                digests.append("%s=%d:%s" % (name, os.path.getsize(path), hashlib.sha256(f.read()).hexdigest()))
+    return ",".join(digests)
+
+
 def take_screenshots():
     """Wine starts no Unix program that a test could wait for, so the test asks for its screenshot here."""
     request = os.path.join(FILES_DIR, "progress-window.request")
@@ -169,7 +180,8 @@ def main():
         # instead of ending the process (SIGXFSZ).
         signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
         resource.setrlimit(resource.RLIMIT_FSIZE, (size_limit, size_limit))
-    return subprocess.call(args, env=dict(os.environ, ORN_HTTPS_PORTS=ports), restore_signals=not size_limit)
+    env = dict(os.environ, ORN_HTTPS_PORTS=ports, ORN_FILE_DIGESTS=small_file_digests() if FILES_DIR else "")
+    return subprocess.call(args, env=env, restore_signals=not size_limit)
 
 
 if __name__ == "__main__":
