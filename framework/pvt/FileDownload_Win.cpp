@@ -15,6 +15,9 @@ namespace Orn {
 namespace {
 
 constexpr DWORD BufferBytes = 64 * 1024;
+// A read waits for at least this much (or the end): fewer, larger writes; and on a slow line still a step of
+// progress, and a look at Cancel, every few seconds.
+constexpr DWORD MinReadBytes = 16 * 1024;
 constexpr DWORD IdleMs = DownloadIdleSeconds * 1000;
 constexpr Int NameAttempts = 16;
 
@@ -28,6 +31,11 @@ bool MarkForDeletion(HANDLE file, bool remove)
 
 // Wine ends a read that timed out as if the answer had ended: the silence before it tells the two apart.
 bool TimedOut(DWORD lastByteTick) { return ::GetTickCount() - lastByteTick >= IdleMs - 1000; }
+
+DWORD ReadSize(DWORD available)
+{
+    return available < MinReadBytes ? MinReadBytes : (available < BufferBytes ? available : BufferBytes);
+}
 
 bool IsRedirect(DWORD code) { return (code >= 301 && code <= 303) || code == 307 || code == 308; }
 
@@ -174,17 +182,18 @@ EDownloadEnd CDownloadJob::Receive(const CHttpExchange& exchange)
     const CWinInetFuncs& f = mLib.Funcs();
     DWORD lastByte = ::GetTickCount();
     for (;;) {
-        // What has come, at once: a read of a whole buffer would wait for all of it.
         DWORD available = 0;
         DWORD got = 0;
+        DWORD readStart = ::GetTickCount();
         if (cancelled)
             return deCancelled;
         if (!f.pInternetQueryDataAvailable(exchange.Request(), &available, 0, 0) ||
-            !f.pInternetReadFile(exchange.Request(), mBuffer, available < BufferBytes ? available : BufferBytes, &got))
+            !f.pInternetReadFile(exchange.Request(), mBuffer, ReadSize(available), &got))
             return ::GetLastError() == ERROR_INTERNET_TIMEOUT || TimedOut(lastByte) ? deTimeout : deCut;
         if (got == 0)
             break;
-        lastByte = ::GetTickCount();
+        // A short read may have ended in silence (Wine hands over what came): count that from its start.
+        lastByte = got == ReadSize(available) ? ::GetTickCount() : readStart;
         EDownloadEnd end = Store(mBuffer, got);
         if (end != deBusy)
             return end;
