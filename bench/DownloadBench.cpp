@@ -1,13 +1,14 @@
 // Times an installer's download through the program's own download (CFileDownload: https through WinINet into a
 // new file, then read back through a handle that shuts out writers and checked against its SHA-256) against
 // its floor, check_floor.exe URL FILE, which only gets the same URL with WinINet into a file, alternating the
-// two, each a process of its own, and prints the rates and their ratios: of the whole, and of the download alone
-// (the whole less the check, whose work the probe does and times once more). The probe is this program with
-// --probe.
+// two, each a process of its own less what the same program costs to start and end, and prints the rates and
+// their ratios: of the whole, and of the download alone (the whole less the check, whose work the probe does and
+// times once more). The probe is this program with --probe; with --start it only starts and ends.
 //
 // Usage: download_bench.exe RUNS URL SIZE SHA256
 //        download_bench.exe --probe URL SIZE SHA256 FILE    (one download; exit code 0 when it was verified; the
 //                                                           milliseconds of its check go to FILE)
+//        download_bench.exe --start
 // scripts/bench.sh download serves the file over https from loopback (tests/e2e/https_servers.py); the test
 // CA that signed the server's certificate is trusted while the benchmark runs.
 #include <cstdio>
