@@ -90,7 +90,7 @@ void CInstallingInterpreter::ReadRequest(CInstallRequest& request)
     request.size = NumberValue();
     Expect(tokComma);
     Expect(tokString);
-    // A page holds at most 10000 bytes, so the arguments always fit a command line.
+    // Only a reply page may install, and it holds at most 10000 bytes: the arguments always fit a command line.
     request.args = TokenText();
     Expect(tokSemicolon);
 }
