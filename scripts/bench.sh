@@ -5,6 +5,8 @@
 #                                   EXE (paths of UpdateWatch.exe builds, each with its nimbra.vrc beside it),
 #                                   those are timed instead, in turn with the floor, to compare builds.
 #   scripts/bench.sh send [RUNS]    the version send against a program that does nothing (default 20)
+#   scripts/bench.sh download [RUNS]  a 50 MB installer's download over https from loopback through the program's
+#                                   own download against check_floor.exe writing the same URL to a file (default 10)
 # The check goes to the standard host through uwserver as WinINet's HTTP proxy, so it shows no box, and runs
 # without a display. Both run in one Wine session in a prefix of the benchmark's own (build/win64/bench-prefix).
 set -euo pipefail
@@ -24,6 +26,21 @@ if [ "${1:-}" = "send" ]; then
     app_key='HKCU\Software\Wine\AppDefaults\UpdateWatch.exe'
     "$WINE64" reg add "$app_key\\X11 Driver" /v Managed /d N /f >/dev/null
     scripts/wine-run "$build/bin/send_bench.exe" "${2:-20}"
+    exit $?
+fi
+if [ "${1:-}" = "download" ]; then
+    cmake --preset win64 >/dev/null
+    cmake --build "$build" -j "$jobs" --target download_bench
+    export WINEPREFIX="$build/bench-prefix"
+    source scripts/wine-session.sh "$build" --no-display
+    mkdir -p "$out/files"
+    file="$out/files/installer.bin"
+    [ "$(stat -c %s "$file" 2>/dev/null)" = 52428800 ] || head -c 52428800 /dev/urandom >"$file"
+    sha="$(sha256sum "$file" | cut -d' ' -f1)"
+    # The URL needs the server's port, which only the command that https_servers.py starts knows.
+    python3 tests/e2e/https_servers.py tests/e2e/tls --files "$out/files" bash -c \
+        'port="${ORN_HTTPS_PORTS#good=}"; exec scripts/wine-run "$0" "$1" "https://localhost:${port%%,*}/files/ok/installer.bin" "$2" "$3"' \
+        "$build/bin/download_bench.exe" "${2:-10}" 52428800 "$sha"
     exit $?
 fi
 runs="${1:-30}"

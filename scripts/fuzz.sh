@@ -12,7 +12,7 @@ seconds="${FUZZ_SECONDS:-15}"
 jobs="${ORN_JOBS:-2}"
 
 all=(version_script vrc vrc_text query registry_file format unescape version_time json signed_reply reply_page rules
-     record request)
+     record request redirect)
 names=("${@:-${all[@]}}")
 
 # ASan's quarantine of freed memory would otherwise count against the fuzzer's memory limit.

@@ -28,7 +28,8 @@ fi
 # windows are unmanaged there. On a person's display they stay managed.
 _managed=Y
 [ -z "$_xvfb_pid" ] || _managed=N
-for _exe in UpdateWatch.exe e2e_tests.exe https_e2e_tests.exe crash_victim.exe crash_victim_plain.exe; do
+for _exe in UpdateWatch.exe e2e_tests.exe https_e2e_tests.exe install_e2e_tests.exe test_installer.exe \
+    crash_victim.exe crash_victim_plain.exe; do
     printf '[HKEY_CURRENT_USER\\Software\\Wine\\AppDefaults\\%s\\X11 Driver]\n"Managed"="%s"\n\n' "$_exe" "$_managed"
 done | { echo REGEDIT4; echo; cat; } >"$WINEPREFIX/drive_c/orn-managed.reg"
 "$WINE64" regedit /S 'C:\orn-managed.reg' >/dev/null 2>&1 </dev/null

@@ -101,5 +101,8 @@ private:
     Orn::CVersion mInstalledVersion;
     Orn::CPath mServerPath;
     bool mSingleStep = false;
+    // What the last check vouches for about its reply: signed (and verified), fetched over https.
+    bool mReplySigned = false;
+    bool mReplyOverHttps = false;
     std::unique_ptr<CLogStream> mLog;
 };

@@ -67,6 +67,8 @@ CString Named(const char* before, const char* path, const char* after)
 bool CUpdateWatchApp::RunScript(const char* script, CVarList& replyVars)
 {
     CNBVersionScriptInterpreter interpreter(mSingleStep);
+    // Only a reply that a check vouches for may install; a local script file never does.
+    interpreter.SetReplyTrust(mReplySigned, mReplyOverHttps);
     return StepResult(interpreter.Run(script, &replyVars), "run script");
 }
 
@@ -99,6 +101,8 @@ bool CUpdateWatchApp::DoVersionCheck(const CVarList& appVars, const CVarList* ov
     (void)watcher.CheckWithTimeout(status, true, "NBW", mOwnProductVersion, "EN", appVars, replyPage, url,
                                    overrideVars, overrideOnly, cTimeoutSeconds);
     bool ok = StatusStepResult(status, "Do version check");
+    mReplySigned = ok && watcher.IsVerifiedReply();
+    mReplyOverHttps = ok && watcher.Request().secure;
     LogCheckCause(*this, status, watcher);
     if (mVerbose) {
         LogURLInfo(url);

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include "Installer.h"
 #include "UpdateWatch.h"
 #include "VarList.h"
 #include "VersionDialog.h"
@@ -17,7 +18,7 @@ const char* const cBoxTitle = "UpdateWatch";
 } // namespace
 
 CNBVersionScriptInterpreter::CNBVersionScriptInterpreter(bool singleStep)
-    : CVersionScriptInterpreter(singleStep), mURLPolicy(GlobalVars.Find("OpenURLPolicy"))
+    : CInstallingInterpreter(singleStep), mURLPolicy(GlobalVars.Find("OpenURLPolicy"))
 {
     CUpdateWatchApp* app = CUpdateWatchApp::Get();
     if (!mURLPolicy.Known() && app)
@@ -47,3 +48,5 @@ void CNBVersionScriptInterpreter::ReportError(const char* error)
 }
 
 bool CNBVersionScriptInterpreter::CheckURL(const char* url) { return CheckURLPolicy(mURLPolicy, url); }
+
+EInstallResult CNBVersionScriptInterpreter::Install(const CInstallRequest& request) { return RunInstall(request); }

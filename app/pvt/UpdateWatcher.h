@@ -1,10 +1,10 @@
 // The product's reply-script interpreter: its message boxes, the settings a script may change, its dialog.
 #pragma once
 
+#include "InstallCommand.h"
 #include "OpenURLPolicy.h"
-#include "VersionScript.h"
 
-class CNBVersionScriptInterpreter : public Orn::CVersionScriptInterpreter {
+class CNBVersionScriptInterpreter : public CInstallingInterpreter {
 public:
     // With singleStep, every command waits for the user's go-ahead. The open_new policy is read here, from
     // the global variable OpenURLPolicy; an unknown value is logged.
@@ -21,6 +21,8 @@ protected:
     void ReportError(const char* error) override;
     // The open_new policy; a page over the cap is a script error of its own.
     bool CheckURL(const char* url) override;
+    // Download, verification and start of the installer, with a progress window.
+    EInstallResult Install(const CInstallRequest& request) override;
 
 private:
     Orn::COpenURLPolicy mURLPolicy;

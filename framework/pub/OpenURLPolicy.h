@@ -39,6 +39,10 @@ public:
     bool Known() const { return mKnown; }
     // The verdict on one page; each allowed page counts against the cap.
     Verdict Admit(const char* url);
+    // Whether a file may be downloaded from the URL (no cap): a plain web URL that begins with "https://"
+    // (lower case), with nothing but a path after its host and port, whose host a "hosts:" list names,
+    // whatever the policy is otherwise.
+    bool AdmitsDownload(const char* url) const;
 
 private:
     enum Kind { kindAny, kindWeb, kindHosts };

@@ -71,9 +71,6 @@ bool ParseReplyKey(const char* text, CReplyKey& key);
 // ReplyKey's text: one to MaxReplyKeys keys separated by commas, blanks allowed around each; false, with keys
 // untouched, for anything else (an empty key, a fifth key).
 bool ParseReplyKeys(const char* text, CReplyKeys& keys);
-// ParseReplyKeys, and each key a point of the curve P-256 (a key that is not could never verify a signature,
-// and some systems take it without a word): rcSigned, rcMalformedKey or rcKeyRefused.
-EReplyCheck ReadReplyKeys(const char* text, CReplyKeys& keys);
 
 // The script of a page, the bytes between its first "[START]" and the first "[END]" after it exactly as they
 // came, and the signature of the block that follows "[END]" after nothing but blanks, tabs, CR and LF:

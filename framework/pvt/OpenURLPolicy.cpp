@@ -151,6 +151,16 @@ COpenURLPolicy::Verdict COpenURLPolicy::Admit(const char* url)
     return urlAllowed;
 }
 
+bool COpenURLPolicy::AdmitsDownload(const char* url) const
+{
+    CString host;
+    if (!url || std::strncmp(url, "https://", 8) != 0 || !IsPlainWebURL(url, &host))
+        return false;
+    // The request's host ends at the first "/" only, so a query or fragment may not follow the authority.
+    char afterAuthority = url[8 + std::strcspn(url + 8, "/?#")];
+    return (afterAuthority == '/' || afterAuthority == 0) && (mKind != kindHosts || ListsHost(host));
+}
+
 bool COpenURLPolicy::ListsHost(const CString& host) const
 {
     for (const char* p = mHosts; *p;) {

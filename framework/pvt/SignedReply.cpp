@@ -1,7 +1,6 @@
 // Signed replies, portable half: the key text, the signature block of a page, the signed message and the check.
 #include "SignedReply.h"
 
-#include <cstdint>
 #include <cstring>
 
 #include "Escape.h"
@@ -111,103 +110,6 @@ bool ParseReplyKeys(const char* text, CReplyKeys& keys)
     return true;
 }
 
-namespace {
-
-// Arithmetic modulo the prime of P-256, on 256-bit numbers held as eight 32-bit limbs, least significant first;
-// just enough to tell whether a key is a point of the curve, whatever the system's cryptography checks.
-struct CNum256 {
-    std::uint32_t limb[8] = {};
-};
-
-constexpr CNum256 P256Prime = {{0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0, 0, 0, 1, 0xFFFFFFFF}};
-constexpr CNum256 P256B = {
-    {0x27D2604B, 0x3BCE3C3E, 0xCC53B0F6, 0x651D06B0, 0x769886BC, 0xB3EBBD55, 0xAA3A93E7, 0x5AC635D8}};
-
-CNum256 FromBigEndian(const Byte* bytes)
-{
-    CNum256 n;
-    for (int i = 0; i < 32; ++i)
-        n.limb[7 - i / 4] |= static_cast<std::uint32_t>(bytes[i]) << (8 * (3 - i % 4));
-    return n;
-}
-
-bool IsBelow(const CNum256& a, const CNum256& b)
-{
-    for (int i = 7; i >= 0; --i) {
-        if (a.limb[i] != b.limb[i])
-            return a.limb[i] < b.limb[i];
-    }
-    return false;
-}
-
-// a + b or a - b over all 256 bits; the carry or borrow out.
-std::uint32_t AddTo(CNum256& a, const CNum256& b, bool subtract)
-{
-    std::uint64_t carry = 0;
-    for (int i = 0; i < 8; ++i) {
-        std::uint64_t wide = a.limb[i];
-        std::uint64_t sum = subtract ? wide - b.limb[i] - carry : wide + b.limb[i] + carry;
-        a.limb[i] = static_cast<std::uint32_t>(sum);
-        carry = (sum >> 32) & 1;
-    }
-    return static_cast<std::uint32_t>(carry);
-}
-
-// a and b below the prime.
-CNum256 ModAdd(CNum256 a, const CNum256& b)
-{
-    if (AddTo(a, b, false) || !IsBelow(a, P256Prime))
-        AddTo(a, P256Prime, true);
-    return a;
-}
-
-CNum256 ModSub(CNum256 a, const CNum256& b)
-{
-    if (AddTo(a, b, true))
-        AddTo(a, P256Prime, false);
-    return a;
-}
-
-// Double and add over b's bits: slow, but a key is checked once a run.
-CNum256 ModMul(const CNum256& a, const CNum256& b)
-{
-    CNum256 r;
-    for (int bit = 255; bit >= 0; --bit) {
-        r = ModAdd(r, r);
-        if (b.limb[bit / 32] >> (bit % 32) & 1)
-            r = ModAdd(r, a);
-    }
-    return r;
-}
-
-bool IsP256Point(const CReplyKey& key)
-{
-    CNum256 x = FromBigEndian(key.bytes), y = FromBigEndian(key.bytes + ReplyKeyBytes / 2);
-    if (!IsBelow(x, P256Prime) || !IsBelow(y, P256Prime))
-        return false;
-    // y^2 = x^3 - 3x + b
-    CNum256 right = ModSub(ModMul(ModMul(x, x), x), ModAdd(ModAdd(x, x), x));
-    right = ModAdd(right, P256B);
-    CNum256 left = ModMul(y, y);
-    for (int i = 0; i < 8; ++i) {
-        if (left.limb[i] != right.limb[i])
-            return false;
-    }
-    return true;
-}
-
-} // namespace
-
-EReplyCheck ReadReplyKeys(const char* text, CReplyKeys& keys)
-{
-    if (!ParseReplyKeys(text, keys))
-        return rcMalformedKey;
-    for (Int i = 0; i < keys.count; ++i) {
-        if (!IsP256Point(keys.keys[i]))
-            return rcKeyRefused;
-    }
-    return rcSigned;
-}
 
 EReplyCheck SplitSignedPage(const char* page, CString& script, CReplySignature& signature)
 {

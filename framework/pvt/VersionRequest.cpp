@@ -433,8 +433,8 @@ bool CUpdateWatcher::PrepareSignedReply(RStatus& status)
     CString keyText;
     if (!GlobalVars.GetValue(ReplyKeyVar, keyText))
         return true;
-    mReplyCheck = ReadReplyKeys(keyText, mReplyKeys);
-    if (mReplyCheck != rcSigned) {
+    if (!ParseReplyKeys(keyText, mReplyKeys)) {
+        mReplyCheck = rcMalformedKey;
         status = E_InternetBadReplyKey;
         return false;
     }

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "E2ESupport.h"
-#include "TestCA.h"
+#include "TrustedCA.h"
 
 using namespace E2E;
 
@@ -39,7 +39,8 @@ std::string HostPath(const std::string& path)
 TEST(DeployE2E, SignedChecksOverHttpsThroughNginxGoOnWhenAnInstanceStops)
 {
     ASSERT_FALSE(Environment("ORN_DEPLOY_PROXY").empty()) << "run through ctest, which brings up the shape";
-    TrustedCA ca(ReadFile(HostPath(Environment("ORN_DEPLOY_CA"))));
+    OrnTest::TrustedCA ca(ReadFile(HostPath(Environment("ORN_DEPLOY_CA"))));
+    ASSERT_EQ(ca.Error(), "");
     std::string proxy = "http://127.0.0.1:" + Environment("ORN_DEPLOY_PROXY");
     ASSERT_TRUE(::SetEnvironmentVariableA("http_proxy", proxy.c_str()));
     const std::string host = "https://versioncheck.vantrel.com";

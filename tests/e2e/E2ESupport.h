@@ -123,8 +123,8 @@ bool RegKeyExists(HKEY root, const std::string& key);
 bool HasText(const std::string& text, const std::string& part);
 // The URL as the verbose log shows it, or "".
 std::string LoggedURL(const std::string& log);
-// The port that a list in an environment variable ("name=PORT,...", set by a wrapper that runs servers around
-// the tests) gives a name, or "" when it is not there.
+// The port (or other value) that a list in an environment variable ("name=PORT,...", set by a wrapper that runs
+// servers around the tests) gives a name, or "" when it is not there.
 std::string PortFromEnvironment(const char* variable, const std::string& name);
 // "Failure (<name>, 0x<8 hex digits>): <step>" as the log writes a failed status step.
 std::string StatusFailureLine(const char* name, unsigned long word, const char* step);

@@ -1,51 +1,22 @@
 // The version check over HTTPS, against the loopback TLS servers that https_servers.py runs around this
 // program: a good certificate gives the reply, a refused one ends the check before anything is sent.
-#include <windows.h>
-
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 
 #include "E2ESupport.h"
-#include "TestCA.h"
+#include "HttpsServers.h"
 
 using namespace E2E;
 
 namespace {
-
-// The test CA (resource TESTCA) trusted while the tests run.
-class TrustedTestCA : public ::testing::Environment {
-public:
-    void SetUp() override
-    {
-        HRSRC res = ::FindResourceA(nullptr, "TESTCA", MAKEINTRESOURCEA(10)); // RT_RCDATA
-        HGLOBAL data = res ? ::LoadResource(nullptr, res) : nullptr;
-        ASSERT_TRUE(data) << "no TESTCA resource";
-        mCA = std::make_unique<TrustedCA>(
-            std::string(static_cast<const char*>(::LockResource(data)), ::SizeofResource(nullptr, res)));
-    }
-    void TearDown() override { mCA.reset(); }
-
-private:
-    std::unique_ptr<TrustedCA> mCA;
-};
-
-::testing::Environment* const cTestCA = ::testing::AddGlobalTestEnvironment(new TrustedTestCA);
-
-// "localhost:PORT" of the named server from ORN_HTTPS_PORTS ("good=PORT,..."), or "" when it is not there.
-std::string ServerHost(const std::string& name)
-{
-    std::string port = PortFromEnvironment("ORN_HTTPS_PORTS", name);
-    return port.empty() ? "" : "localhost:" + port;
-}
 
 class HttpsE2E : public CleanRunTest {
 protected:
     // One version check over the scheme against the named server.
     RunResult Check(const std::string& scheme, const std::string& server)
     {
-        std::string host = ServerHost(server);
+        std::string host = HttpsServerHost(server);
         EXPECT_FALSE(host.empty()) << "no port for '" << server << "': run through ctest, which starts the servers";
         EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "VersionScheme", scheme));
         EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, ProductKey, "VersionDomain", host));
@@ -62,7 +33,7 @@ TEST_F(HttpsE2E, GoodCertificateGivesTheReply)
     std::string log = ReadFile(LogPath());
     EXPECT_TRUE(HasText(log, "Success: Version check\r\n")) << log;
 
-    const std::string prefix = "https://" + ServerHost("good");
+    const std::string prefix = "https://" + HttpsServerHost("good");
     std::string url = LoggedURL(log);
     ASSERT_EQ(url.substr(0, prefix.size()), prefix) << log;
     std::string target;

@@ -47,7 +47,6 @@ protected:
 TEST_F(SignedReplyE2E, OnlyAReplySignedForThisVeryRequestRuns)
 {
     const std::string key = Environment("ORN_REPLY_KEY"), other = Environment("ORN_OTHER_REPLY_KEY");
-    const std::string notAPoint = key.substr(0, 127) + (key[127] == '0' ? "1" : "0");
     const char* const wrong = "the signature does not match the script and this request";
     const char* const bad = "E_InternetBadSignature";
     const struct {
@@ -76,8 +75,6 @@ TEST_F(SignedReplyE2E, OnlyAReplySignedForThisVeryRequestRuns)
         {"malformed key", "signed", key.substr(1),
          "ReplyKey is not one to four keys of 128 hexadecimal digits (each a P-256 public key's X, then Y) "
          "separated by commas", nullptr, "E_InternetBadReplyKey", 0x80000888},
-        {"a key that is no point of the curve", "signed", key + "," + notAPoint,
-         "ReplyKey holds a key that is not a P-256 public key", nullptr, "E_InternetBadReplyKey", 0x80000888},
     };
     std::set<std::string> nonces;
     std::size_t sent = 0;

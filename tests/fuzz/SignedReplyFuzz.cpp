@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size)
     const CString page = FuzzSupport::Text(data, size);
     CheckCanonicalForm(page);
     CReplyKeys anyKeys;
-    (void)ReadReplyKeys(page, anyKeys);
+    (void)ParseReplyKeys(page, anyKeys);
     CString script;
     CReplySignature signature;
     if (SplitSignedPage(page, script, signature) == rcSigned && !std::strstr(page, script))

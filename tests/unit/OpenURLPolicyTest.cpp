@@ -145,6 +145,24 @@ TEST(OpenURLPolicy, HostsListAllowsTheHostsAndTheirSubdomains)
     EXPECT_EQ(FirstVerdict("hosts:", "http://example.com/"), COpenURLPolicy::urlRefused) << "an empty list";
 }
 
+// Downloads go over https to a plain host only, under any policy; a "hosts:" list names the hosts.
+TEST(OpenURLPolicy, DownloadsNeedHttpsAndAListedHost)
+{
+    const struct {
+        const char* url;
+        bool admitted;
+    } rows[] = {{"https://dl.example.com", true},           {"https://dl.example.com:8443/a/setup.exe?v=3", true},
+                {"http://dl.example.com/setup.exe", false}, {"HTTPS://dl.example.com/setup.exe", false},
+                {"https://user@dl.example.com/x", false},  {"https://dl.example.com?v=3", false}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(COpenURLPolicy(nullptr).AdmitsDownload(row.url), row.admitted) << row.url;
+        EXPECT_EQ(COpenURLPolicy("hosts:example.com").AdmitsDownload(row.url), row.admitted) << row.url;
+    }
+    EXPECT_TRUE(COpenURLPolicy("any").AdmitsDownload("https://example.org/"));
+    EXPECT_FALSE(COpenURLPolicy("hosts:example.com").AdmitsDownload("https://example.org/"));
+    EXPECT_FALSE(COpenURLPolicy(nullptr).AdmitsDownload(nullptr));
+}
+
 TEST(OpenURLPolicy, PolicyNames)
 {
     struct Row {

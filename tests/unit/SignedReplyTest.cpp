@@ -94,26 +94,6 @@ TEST(SignedReply, KeyText)
     EXPECT_FALSE(ParseReplyKeys(nullptr, parsed));
 }
 
-// Each key must be a point of the curve, whatever the system's cryptography would say of it.
-TEST(SignedReply, KeysThatAreNoPoints)
-{
-    const std::string key(cKey), notAPoint = key.substr(0, 127) + (key[127] == '0' ? "1" : "0");
-    const struct {
-        std::string text;
-        EReplyCheck check;
-    } rows[] = {
-        {key + "," + cSigningKey, rcSigned},
-        {std::string(cSigningKey) + "," + notAPoint, rcKeyRefused},
-        {"ffffffff00000001000000000000000000000000ffffffffffffffffffffffff" + key.substr(64), rcKeyRefused},
-        {std::string(128, '0'), rcKeyRefused},
-        {key.substr(1), rcMalformedKey},
-    };
-    for (const auto& row : rows) {
-        CReplyKeys keys;
-        EXPECT_EQ(ReadReplyKeys(row.text.c_str(), keys), row.check) << row.text;
-    }
-}
-
 // The parameters as the server reads them, encoded again: a proxy that re-encodes them changes nothing, one
 // that changes what they say changes the form.
 TEST(SignedReply, CanonicalParameters)

@@ -81,6 +81,8 @@ void CToolInterpreter::ShowDialog(CToolDialog&) {}
 
 void CToolInterpreter::OpenURL(const std::string&) {}
 
+EInstallResult CToolInterpreter::Install(const CInstallRequest&) { return irStarted; }
+
 IUpdateWatchDialog* CToolInterpreter::NewDialog() { return new CToolDialog(*this); }
 
 bool CToolInterpreter::CheckURL(const char* url)

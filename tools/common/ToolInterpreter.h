@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "InstallCommand.h"
 #include "OpenURLPolicy.h"
 #include "ReplyDialogModel.h"
 #include "VarList.h"
-#include "VersionScript.h"
 
 class CToolDialog;
 
-class CToolInterpreter : public Orn::CVersionScriptInterpreter {
+class CToolInterpreter : public CInstallingInterpreter {
 public:
     // Where something happened in the script: a byte offset and a message.
     struct CEvent {
@@ -20,7 +20,12 @@ public:
         std::string message;
     };
 
-    explicit CToolInterpreter(bool singleStep = false) : CVersionScriptInterpreter(singleStep) {}
+    // The reply counts as signed and fetched over https, so that install is judged by its arguments: a tool
+    // that runs a script as a check would, sets that from the globals (SetReplyTrustFromGlobals).
+    explicit CToolInterpreter(bool singleStep = false) : CInstallingInterpreter(singleStep)
+    {
+        SetReplyTrust(true, true);
+    }
 
     // Runs a script (up to its first NUL, as the program would). Assertions that would end the program are
     // recorded instead of ending this process.
@@ -41,6 +46,8 @@ protected:
     virtual void ShowDialog(CToolDialog& dlg);
     // A URL that `open_new` hands to the shell.
     virtual void OpenURL(const std::string& url);
+    // An install: nothing is downloaded; the base says the installer started.
+    EInstallResult Install(const CInstallRequest& request) override;
 
     Orn::IUpdateWatchDialog* NewDialog() override;
     bool CheckURL(const char* url) override;

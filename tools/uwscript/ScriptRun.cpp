@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "InstallReport.h"
 #include "JsonWriter.h"
 #include "ReplyEncoding.h"
 #include "ToolInterpreter.h"
@@ -44,6 +45,8 @@ struct CRunEvent {
     CShownDialog dialog;
     std::string url;                     // in UTF-8
     std::vector<std::string> unresolved; // "(NAME)" references left in the URL
+    bool isInstall = false;
+    CShownInstall install{};
 };
 
 // Ends a run when the answers do not fit the dialogs.
@@ -136,11 +139,20 @@ protected:
         events.push_back({false, {}, Utf8FromProgramText(url), {}});
         AddUnresolved(url, '(', ')', events.back().unresolved);
     }
+    EInstallResult Install(const CInstallRequest& request) override
+    {
+        EInstallResult result = irStarted;
+        if (mInstalls < mOptions.installs.size())
+            InstallResultFromName(mOptions.installs[mInstalls++].c_str(), result);
+        events.push_back({false, {}, "", {}, true, DescribeInstall(request, result)});
+        return result;
+    }
 
 private:
     const CRunOptions& mOptions;
     int mDialogs = 0;
     int mSteps = 0;
+    std::size_t mInstalls = 0;
 };
 
 void CAnsweringInterpreter::ShowDialog(CToolDialog& dlg)
@@ -220,6 +232,7 @@ CRunReport RunWithAnswers(const std::string& script, const CRunOptions& options)
     for (const auto& g : options.globals)
         GlobalVars.Set(g.first.c_str(), g.second.c_str());
     CAnsweringInterpreter interp(options);
+    interp.SetReplyTrustFromGlobals();
     CRunReport report;
     report.end = RunToTheEnd(interp, script, options, report);
     // The program ends on the first assertion: what the interpreter did after it is not shown.
@@ -287,6 +300,8 @@ std::string ReportText(const CScriptText& text, const CRunReport& report)
     for (const CRunEvent& e : report.events) {
         if (e.isDialog)
             WriteDialogText(e.dialog, ++dialogs, out);
+        else if (e.isInstall)
+            WriteInstallText(e.install, out);
         else
             out += "open_new " + Quoted(e.url) + "\n";
         WriteNotes(e.unresolved, "()", out);
@@ -343,9 +358,11 @@ std::string ReportJson(const CScriptText& text, const CRunReport& report)
     CJsonWriter json(true, EJsonText::utf8);
     json.BeginObject().Key("file").String(text.Name()).Key("events").BeginArray();
     for (const CRunEvent& e : report.events) {
-        json.BeginObject().Key(e.isDialog ? "dialog" : "open_new");
+        json.BeginObject().Key(e.isDialog ? "dialog" : e.isInstall ? "install" : "open_new");
         if (e.isDialog)
             WriteDialogJson(e.dialog, json);
+        else if (e.isInstall)
+            WriteInstallJson(e.install, json);
         else
             json.String(e.url);
         WriteUnresolved(e.unresolved, json);

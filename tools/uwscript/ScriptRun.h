@@ -18,6 +18,7 @@ struct CRunOptions {
     std::vector<std::pair<std::string, std::string>> globals;
     std::vector<CAnswer> answers; // one per dialog, in order
     std::vector<bool> checkboxes; // one per dialog with a checkbox, in order: ticked or not when it closes
+    std::vector<std::string> installs; // --install RESULT: one per install command, in order; "started" after
     bool json = false;
 };
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "InstallCommand.h"
 #include "ReplyPage.h"
 #include "ScriptRun.h"
 
@@ -10,7 +11,8 @@ namespace {
 
 const char cUsage[] =
     "Usage: uwscript check [--signed] FILE...\n"
-    "       uwscript run FILE [--set NAME=VALUE]... [--press TEXT|--cancel]... [--checkbox on|off]... [--json]\n";
+    "       uwscript run FILE [--set NAME=VALUE]... [--press TEXT|--cancel]... [--checkbox on|off]...\n"
+    "                         [--install RESULT]... [--json]\n";
 
 // A script file is small; anything far larger is not one.
 constexpr std::size_t cMaxScriptFile = 1 << 20;
@@ -49,6 +51,7 @@ int Check(std::vector<std::string> files, std::string& out, std::string& err)
 // Reads the options of "run" into `options`; false with the reason in `why`.
 bool ParseRunOptions(const std::vector<std::string>& args, CRunOptions& options, std::string& why)
 {
+    EInstallResult result = irStarted;
     for (std::size_t i = 2; i < args.size(); ++i) {
         const std::string& opt = args[i];
         bool hasValue = i + 1 < args.size();
@@ -58,6 +61,8 @@ bool ParseRunOptions(const std::vector<std::string>& args, CRunOptions& options,
             options.answers.push_back({true, ""});
         } else if (opt == "--press" && hasValue) {
             options.answers.push_back({false, args[++i]});
+        } else if (opt == "--install" && hasValue && InstallResultFromName(args[i + 1].c_str(), result)) {
+            options.installs.push_back(args[++i]);
         } else if (opt == "--checkbox" && hasValue && (args[i + 1] == "on" || args[i + 1] == "off")) {
             options.checkboxes.push_back(args[++i] == "on");
         } else if (opt == "--set" && hasValue && args[i + 1].find('=') != std::string::npos && args[i + 1][0] != '=') {
